@@ -1,0 +1,25 @@
+// The release record's JSON form.
+#include "AppRelease.h"
+
+#include "model/Json.h"
+
+AppRelease AppRelease::fromJson(const QJsonObject& o)
+{
+    AppRelease r;
+    r.version = Json::string(o, QStringLiteral("version"));
+    r.build = Json::integer(o, QStringLiteral("build"));
+    r.url = QUrl(Json::string(o, QStringLiteral("url")), QUrl::StrictMode);
+    return r;
+}
+
+AppRelease AppRelease::fromBytes(const QByteArray& bytes)
+{
+    return fromJson(Json::parseObject(bytes));
+}
+
+QJsonObject AppRelease::toJson() const
+{
+    return QJsonObject{{QStringLiteral("version"), version},
+                       {QStringLiteral("build"), build},
+                       {QStringLiteral("url"), url.toString(QUrl::FullyEncoded)}};
+}

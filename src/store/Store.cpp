@@ -1,0 +1,327 @@
+// The store's start-up, storage and pool order.
+#include "Store.h"
+
+#include "Settings.h"
+#include "model/Json.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+#include <algorithm>
+#include <time.h>
+
+namespace {
+
+const QString progressName = QStringLiteral("progress.json");
+const QString installedPackName = QStringLiteral("official-pools.json");
+const QString correctionsName = QStringLiteral("diagram-corrections.json");
+const QString reviewName = QStringLiteral("diagram-review.json");
+const QString recoveryPrefix = QStringLiteral("progress-unreadable-");
+
+QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        throw FileError(file.errorString());
+    return file.readAll();
+}
+
+int levelRank(const QString& level)
+{
+    if (level == QLatin1StringView("technician"))
+        return 0;
+    if (level == QLatin1StringView("general"))
+        return 1;
+    return 2;
+}
+
+} // namespace
+
+void writeFileAtomically(const QString& path, const QByteArray& bytes)
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        throw FileError(file.errorString());
+    if (file.write(bytes) != bytes.size()) {
+        const QString error = file.errorString();
+        file.cancelWriting();
+        throw FileError(error);
+    }
+    if (!file.commit())
+        throw FileError(file.errorString());
+}
+
+QByteArray ProgressEncoder::encode(const Saved& saved)
+{
+    // Everything but the results is small and re-encoded each time; each finished result is encoded once.
+    QHash<QUuid, QByteArray> kept;
+    kept.reserve(saved.results.size());
+    qsizetype resultBytes = 0;
+    for (const Result& r : saved.results) {
+        auto it = m_results.constFind(r.id);
+        QByteArray encoded = it != m_results.constEnd() ? *it : Json::compact(r.toJson());
+        resultBytes += encoded.size() + 1;
+        kept.insert(r.id, std::move(encoded));
+    }
+    m_results = std::move(kept);
+
+    Saved rest = saved;
+    rest.results.clear();
+    QByteArray head = rest.toBytes();
+    // head ends with the empty results array and the closing brace; splice the cached results in.
+    static const QByteArray emptyResults = QByteArrayLiteral("\"results\":[]");
+    const qsizetype at = head.indexOf(emptyResults);
+    Q_ASSERT(at >= 0);
+    QByteArray out;
+    out.reserve(head.size() + resultBytes);
+    out.append(head.constData(), at + emptyResults.size() - 1);
+    for (qsizetype i = 0; i < saved.results.size(); ++i) {
+        if (i > 0)
+            out.append(',');
+        out.append(m_results.value(saved.results.at(i).id));
+    }
+    out.append(head.constData() + at + emptyResults.size() - 1, head.size() - (at + emptyResults.size() - 1));
+    return out;
+}
+
+Pack mergeInstalledPack(const Pack& builtIn, const Pack& installed)
+{
+    QList<Pool> list = builtIn.pools;
+    for (const Pool& p : installed.pools) {
+        const bool newerOrSameKept = std::any_of(list.cbegin(), list.cend(), [&](const Pool& o) {
+            return o.level == p.level && o.validFrom == p.validFrom && o.revision >= p.revision;
+        });
+        if (newerOrSameKept)
+            continue;
+        list.removeIf([&](const Pool& o) { return o.level == p.level && o.validFrom == p.validFrom; });
+        list.append(p);
+    }
+    Pack merged;
+    merged.schema = installed.schema;
+    merged.pools = list;
+    merged.assets = installed.assets;
+    for (auto it = builtIn.assets.cbegin(); it != builtIn.assets.cend(); ++it) {
+        if (!merged.assets.contains(it.key()))
+            merged.assets.insert(it.key(), it.value());
+    }
+    return merged;
+}
+
+QList<Pool> displayOrder(const QList<Pool>& pools)
+{
+    QList<Pool> sorted = pools;
+    std::stable_sort(sorted.begin(), sorted.end(), [](const Pool& a, const Pool& b) {
+        const int ra = levelRank(a.level), rb = levelRank(b.level);
+        if (ra != rb)
+            return ra < rb;
+        return a.validFrom > b.validFrom;
+    });
+    return sorted;
+}
+
+Store::MonotonicClock Store::bootClock()
+{
+    // CLOCK_MONOTONIC stops while the computer is suspended; time asleep with a session open must count.
+    return [] {
+        timespec ts{};
+        clock_gettime(CLOCK_BOOTTIME, &ts);
+        return double(ts.tv_sec) + double(ts.tv_nsec) / 1e9;
+    };
+}
+
+Store::Store(std::optional<QString> dataPath, std::optional<QString> storagePath, QObject* parent)
+    : QObject(parent), m_saved(Saved::initial()),
+      m_updateStatus(QStringLiteral("Bundled official pools ready for offline use.")), m_clock(bootClock())
+{
+    m_tickStart = m_clock();
+    m_folder = storagePath ? *storagePath
+                           : QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+                                 QStringLiteral("/Kestovan Aerowen");
+
+    try {
+        m_diagramCorrections = CorrectionsJson::fromBytes(readFile(filePath(correctionsName)));
+    } catch (const std::exception&) {
+        m_diagramCorrections.clear();
+    }
+    try {
+        m_diagramReview = DiagramReview::fromBytes(readFile(filePath(reviewName)));
+    } catch (const std::exception&) {
+        m_diagramReview.reset();
+    }
+
+    const QString packPath = dataPath ? *dataPath : QStringLiteral(":/pools.json");
+    try {
+        m_pack = Pack::fromBytes(readFile(packPath));
+    } catch (const Failure& failure) {
+        throw BuiltInPackError(QStringLiteral("The built-in question pools (%1) could not be loaded: %2")
+                                   .arg(packPath, failure.description()));
+    }
+
+    try {
+        m_pack.validate();
+        if (!QDir().mkpath(m_folder))
+            throw FileError(QStringLiteral("The folder “%1” could not be created.").arg(m_folder));
+        loadProgress();
+        loadInstalledPack();
+    } catch (const Failure& failure) {
+        m_message = QStringLiteral("Storage could not be prepared: ") + failure.description();
+    }
+}
+
+Store::~Store() = default;
+
+void Store::loadProgress()
+{
+    const QString path = filePath(progressName);
+    if (!QFile::exists(path))
+        return;
+    try {
+        Saved loaded = Saved::fromBytes(readFile(path));
+        if (loaded.profiles.isEmpty())
+            throw DataError(DataError::invalid);
+        m_saved = std::move(loaded);
+    } catch (const Failure& failure) {
+        m_message = QStringLiteral("Saved progress could not be read. The original file has been preserved. ") +
+                    failure.description();
+        const qint64 seconds = QDateTime::currentSecsSinceEpoch();
+        const QString copy = filePath(recoveryPrefix + QString::number(seconds) + QStringLiteral(".json"));
+        QFile original(path);
+        if (!original.copy(copy))
+            throw FileError(QStringLiteral("The unreadable progress file could not be copied to “%1”: %2")
+                                .arg(copy, original.errorString()));
+    }
+}
+
+void Store::loadInstalledPack()
+{
+    Pack installed;
+    try {
+        installed = Pack::fromBytes(readFile(filePath(installedPackName)));
+        installed.validate();
+    } catch (const Failure&) {
+        return; // a missing or damaged installed pack leaves the built-in pools in use
+    }
+    m_pack = mergeInstalledPack(m_pack, installed);
+}
+
+QString Store::filePath(const QString& name) const
+{
+    return m_folder + QLatin1Char('/') + name;
+}
+
+QList<Pool> Store::pools() const
+{
+    return displayOrder(m_pack.pools);
+}
+
+void Store::writeProgress(const Saved& saved)
+{
+    writeFileAtomically(filePath(progressName), m_encoder.encode(saved));
+}
+
+void Store::save()
+{
+    try {
+        writeProgress(m_saved);
+    } catch (const Failure& failure) {
+        setMessage(QStringLiteral("Progress could not be saved: ") + failure.description());
+    }
+}
+
+void Store::clearAllData()
+{
+    try {
+        Saved fresh = Saved::initial();
+        writeProgress(fresh);
+        setSaved(std::move(fresh));
+        setSession(std::nullopt);
+        setResult(std::nullopt);
+        setMessage(QString());
+        Settings::open()->remove(Settings::studyTextSize);
+
+        QDir dir(m_folder);
+        const QStringList names = dir.entryList(QDir::Files | QDir::Hidden | QDir::System);
+        if (!dir.exists())
+            throw FileError(QStringLiteral("The folder “%1” could not be listed.").arg(m_folder));
+        for (const QString& name : names) {
+            if (!name.startsWith(recoveryPrefix) || QFileInfo(name).suffix() != QLatin1StringView("json"))
+                continue;
+            QFile file(dir.filePath(name));
+            if (!file.remove())
+                throw FileError(file.errorString());
+        }
+    } catch (const Failure& failure) {
+        setMessage(QStringLiteral("Could not finish clearing local data: ") + failure.description());
+    }
+}
+
+void Store::setMessage(const QString& message)
+{
+    if (m_message == message)
+        return;
+    m_message = message;
+    emit messageChanged();
+}
+
+void Store::setResult(const std::optional<Result>& result)
+{
+    m_result = result;
+    emit resultChanged();
+}
+
+void Store::setSaved(Saved saved)
+{
+    m_saved = std::move(saved);
+    emit savedChanged();
+}
+
+void Store::setSession(std::optional<Session> session)
+{
+    m_session = std::move(session);
+    emit sessionChanged();
+}
+
+void Store::setPack(Pack pack)
+{
+    m_pack = std::move(pack);
+    emit packChanged();
+}
+
+void Store::setUpdateStatus(const QString& status)
+{
+    m_updateStatus = status;
+    emit updateStatusChanged();
+}
+
+void Store::setChecking(bool checking)
+{
+    m_checking = checking;
+    emit checkingChanged();
+}
+
+void Store::setCheckingApp(bool checking)
+{
+    m_checkingApp = checking;
+    emit checkingAppChanged();
+}
+
+void Store::setAppUpdateStatus(const QString& status)
+{
+    m_appUpdateStatus = status;
+    emit appUpdateStatusChanged();
+}
+
+void Store::setAvailableRelease(const std::optional<AppRelease>& release)
+{
+    m_availableRelease = release;
+    emit availableReleaseChanged();
+}
+
+void Store::setDiagramReview(const std::optional<DiagramReview>& review)
+{
+    m_diagramReview = review;
+    emit diagramReviewChanged();
+}
