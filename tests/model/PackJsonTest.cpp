@@ -134,7 +134,8 @@ private slots:
     void diagramReviewRoundTripsWithImagesAndLabels()
     {
         DiagramReview review;
-        review.document = QByteArray("PK\x03\x04 binary \x00\xff", 16);
+        static const char document[] = "PK\x03\x04 binary \x00\xff";
+        review.document = QByteArray(document, sizeof document - 1);
         review.source = QStringLiteral("https://www.ncvec.org/downloads/E.docx");
         review.level = QStringLiteral("extra");
         review.documentKey = QString(64, QLatin1Char('a'));
