@@ -24,5 +24,6 @@ cmake --build "$build" --target aerowen-packbuilder
 "$build/tools/aerowen-packbuilder" "$root/resources/pools.json" \
     technician "$downloads/$technician" "$(address "$technician")" \
     general "$downloads/$general" "$(address "$general")" \
-    extra "$downloads/$extra" "$(address "$extra")"
+    extra "$downloads/$extra" "$(address "$extra")" \
+    --figure G7-1.pdf "$downloads/G7-1.pdf"
 echo "Wrote $root/resources/pools.json"

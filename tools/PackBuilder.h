@@ -20,8 +20,21 @@ struct Source
 // The address of a file published in the official site's downloads folder (blanks and the like percent-encoded).
 QUrl downloadAddress(const QString& fileName);
 
+// A figure file published separately on the official site (such as the PDF of a figure), stored under its name.
+struct FigureFile
+{
+    QString name;
+    QString path;
+};
+
+// The file name under which a figure is also found by its label alone: T figures as .jpg, G figures as .pdf,
+// all others as .png.
+QString labelFileName(const QString& label);
+
 // Parses every document with the updater's own parse and merges the one-pool packs: pools in the order given,
-// assets of all of them. Throws the updater's and the model's failures, or FileError for an unreadable file.
-Pack build(const QList<Source>& sources);
+// assets of all of them. Each document figure is also stored under its label's file name when its bytes are of
+// that format, and every given figure file is added as it is. Throws the updater's and the model's failures, or
+// FileError for an unreadable file.
+Pack build(const QList<Source>& sources, const QList<FigureFile>& figureFiles = {});
 
 } // namespace PackBuilder

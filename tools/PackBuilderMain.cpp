@@ -1,4 +1,5 @@
-// Command line of the pack builder: aerowen-packbuilder OUTPUT LEVEL DOCUMENT ADDRESS [LEVEL DOCUMENT ADDRESS ...]
+// Command line of the pack builder:
+// aerowen-packbuilder OUTPUT LEVEL DOCUMENT ADDRESS [LEVEL DOCUMENT ADDRESS ...] [--figure NAME FILE ...]
 #include "PackBuilder.h"
 
 #include "model/Errors.h"
@@ -12,10 +13,21 @@ int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     QTextStream err(stderr);
-    const QStringList args = app.arguments().mid(1);
+    QStringList args = app.arguments().mid(1);
+    QList<PackBuilder::FigureFile> figures;
+    for (qsizetype i = args.indexOf(QStringLiteral("--figure")); i >= 0; i = args.indexOf(QStringLiteral("--figure"))) {
+        if (i + 2 >= args.size()) {
+            err << "--figure needs a NAME and a FILE\n";
+            return 2;
+        }
+        figures.append({args.at(i + 1), args.at(i + 2)});
+        args.remove(i, 3);
+    }
     if (args.size() < 4 || (args.size() - 1) % 3 != 0) {
-        err << "usage: aerowen-packbuilder OUTPUT LEVEL DOCUMENT ADDRESS [LEVEL DOCUMENT ADDRESS ...]\n"
-            << "  LEVEL is technician, general or extra; ADDRESS is the document's official https address.\n";
+        err << "usage: aerowen-packbuilder OUTPUT LEVEL DOCUMENT ADDRESS [LEVEL DOCUMENT ADDRESS ...] "
+               "[--figure NAME FILE ...]\n"
+            << "  LEVEL is technician, general or extra; ADDRESS is the document's official https address;\n"
+            << "  --figure adds a separately published figure file (such as G7-1.pdf) under NAME.\n";
         return 2;
     }
     QList<PackBuilder::Source> sources;
@@ -28,7 +40,7 @@ int main(int argc, char** argv)
         sources.append({args.at(i + 1), address, args.at(i)});
     }
     try {
-        const QByteArray bytes = PackBuilder::build(sources).toBytes();
+        const QByteArray bytes = PackBuilder::build(sources, figures).toBytes();
         QSaveFile out(args.first());
         if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size() || !out.commit()) {
             err << "cannot write " << args.first() << ": " << out.errorString() << "\n";

@@ -5,6 +5,7 @@
 #include "support/TestEnvironment.h"
 #include "updater/OfficialUpdates.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QRegularExpression>
 #include <QTest>
@@ -195,13 +196,28 @@ private slots:
 
     void builtInPackIsRemadeIdentically()
     {
-        const QByteArray remade = PackBuilder::build(builderSources()).toBytes();
+        const QByteArray remade =
+            PackBuilder::build(builderSources(),
+                               {{QStringLiteral("G7-1.pdf"), downloads + QStringLiteral("/G7-1.pdf")}})
+                .toBytes();
         const QByteArray committed = Fixtures::readFile(Fixtures::sourcePackPath());
         QVERIFY2(remade == committed, "resources/pools.json differs from the pack built from the official documents; "
                                       "run scripts/build-pools.sh");
         const Pack pack = Pack::fromBytes(committed);
         QCOMPARE(pack.pools.size(), 3);
-        QCOMPARE(pack.assets.size(), 14);
+        // Fourteen document figures, each also under its label's own file name (G7-1 as the official PDF).
+        QCOMPARE(pack.assets.size(), 28);
+        for (auto known = knownFigures().cbegin(); known != knownFigures().cend(); ++known) {
+            const QString alias = PackBuilder::labelFileName(known.value());
+            QVERIFY2(pack.assets.contains(alias), qPrintable(alias));
+            if (known.value().startsWith(QLatin1Char('G')))
+                continue;
+            // A raster figure's label name holds exactly the official image's bytes.
+            const QByteArray bytes = QByteArray::fromBase64(pack.assets.value(alias).toLatin1());
+            QCOMPARE(QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex(), known.key().toLatin1());
+        }
+        QCOMPARE(QByteArray::fromBase64(pack.assets.value(QStringLiteral("G7-1.pdf")).toLatin1()),
+                 Fixtures::readFile(downloads + QStringLiteral("/G7-1.pdf")));
     }
 
     void builderKeepsTheGivenOrderAndRefusesBadInput()
