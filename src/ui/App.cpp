@@ -7,6 +7,7 @@
 #include "PlaceholderSection.h"
 #include "ResultView.h"
 #include "Theme.h"
+#include "appupdate/KestovanUpdates.h"
 #include "store/Store.h"
 
 #include <QAction>
@@ -14,6 +15,7 @@
 #include <QButtonGroup>
 #include <QComboBox>
 #include <QDesktopServices>
+#include <QFileDialog>
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -23,6 +25,7 @@
 #include <QScrollArea>
 #include <QSocketNotifier>
 #include <QStackedWidget>
+#include <QStandardPaths>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <csignal>
@@ -104,7 +107,7 @@ QString RootView::iconName(const QString& tab)
 
 QWidget* RootView::makeSection(const QString& tab, Store& store, QWidget* parent)
 {
-    static const QStringList others = {QStringLiteral("Progress"), QStringLiteral("Top 10"), QStringLiteral("History"),
+    static const QStringList others = {QStringLiteral("Progress"), QStringLiteral("Top 10"),  QStringLiteral("History"),
                                        QStringLiteral("Profiles"), QStringLiteral("Updates"), QStringLiteral("Help")};
     if (tab == others[0])
         return new PlaceholderSection(store, tab, QStringLiteral("Your readiness by topic appears here."), parent);
@@ -149,6 +152,16 @@ RootView::RootView(Store& store, QWidget* parent) : QMainWindow(parent), m_store
     setCentralWidget(central);
 
     buildMenus();
+
+    m_store.setSavePanel([this](const QString& proposedName) -> std::optional<QString> {
+        const QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+        const QString path =
+            QFileDialog::getSaveFileName(this, QStringLiteral("Export Result"),
+                                         folder + QLatin1Char('/') + proposedName, QStringLiteral("Text (*.txt)"));
+        if (path.isEmpty())
+            return std::nullopt;
+        return path;
+    });
 
     m_daily = new QTimer(this);
     m_daily->setObjectName(QStringLiteral("dailyChecks"));
@@ -283,6 +296,35 @@ void RootView::buildMenus()
                                .arg(QApplication::applicationVersion()));
     });
     menu->addSeparator();
+
+    // The application updater's two commands follow the shared updater's state.
+    KestovanUpdates& updates = KestovanUpdates::shared();
+    updates.setAlert([window = QPointer<RootView>(this)](const QString& message, const QString& informative) {
+        auto* box = new QMessageBox(QMessageBox::Information, message, message, QMessageBox::Ok, window);
+        box->setObjectName(QStringLiteral("updateAlert"));
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        box->setInformativeText(informative);
+        box->open();
+    });
+    QAction* check = menu->addAction(QStringLiteral("Check for Updates…"));
+    check->setObjectName(QStringLiteral("checkForUpdatesAction"));
+    check->setMenuRole(QAction::NoRole);
+    check->setEnabled(updates.canCheck());
+    connect(check, &QAction::triggered, &updates, &KestovanUpdates::check);
+    connect(&updates, &KestovanUpdates::canCheckChanged, check,
+            [check, &updates] { check->setEnabled(updates.canCheck()); });
+    QAction* automatic = menu->addAction(QStringLiteral("Check for Updates Automatically"));
+    automatic->setObjectName(QStringLiteral("automaticUpdatesAction"));
+    automatic->setCheckable(true);
+    automatic->setChecked(updates.automaticChecks());
+    connect(automatic, &QAction::toggled, &updates, [&updates](bool on) {
+        if (on != updates.automaticChecks())
+            updates.setAutomaticChecks(on);
+    });
+    connect(&updates, &KestovanUpdates::automaticChecksChanged, automatic, [automatic, &updates] {
+        const QSignalBlocker block(automatic);
+        automatic->setChecked(updates.automaticChecks());
+    });
     QAction* pools = menu->addAction(QStringLiteral("Check Question Pool Updates"));
     pools->setObjectName(QStringLiteral("checkPoolUpdatesAction"));
     connect(pools, &QAction::triggered, this, [this] { m_store.checkUpdates(); });
@@ -392,8 +434,8 @@ void RootView::showMessage()
         m_alert->setText(message);
         return;
     }
-    auto* box = new QMessageBox(QMessageBox::NoIcon, QStringLiteral("Kestovan Aerowen"), message, QMessageBox::NoButton,
-                                this);
+    auto* box =
+        new QMessageBox(QMessageBox::NoIcon, QStringLiteral("Kestovan Aerowen"), message, QMessageBox::NoButton, this);
     box->setObjectName(QStringLiteral("statusAlert"));
     box->setAttribute(Qt::WA_DeleteOnClose);
     QPushButton* ok = box->addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);

@@ -471,12 +471,13 @@ void ExamView::confirmSubmit()
     for (const Question& q : s.questions)
         unanswered += s.answers.contains(q.id) ? 0 : 1;
     m_submit = true;
-    Confirm::open(this,
-                  {QStringLiteral("Submit this attempt?"),
-                   QString::number(unanswered) + QStringLiteral(" unanswered questions will be counted as incorrect. "
-                                                                "Your timer stops on submission."),
-                   QStringLiteral("Keep Working"), QStringLiteral("Submit")},
-                  [this] { m_store.finish(); }, [this] { m_submit = false; });
+    Confirm::open(
+        this,
+        {QStringLiteral("Submit this attempt?"),
+         QString::number(unanswered) + QStringLiteral(" unanswered questions will be counted as incorrect. "
+                                                      "Your timer stops on submission."),
+         QStringLiteral("Keep Working"), QStringLiteral("Submit")},
+        [this] { m_store.finish(); }, [this] { m_submit = false; });
 }
 
 void ExamView::confirmLeave()
@@ -498,5 +499,6 @@ void ExamView::confirmLeave()
         request.actionText = QStringLiteral("Save & Leave");
     }
     m_leave = true;
-    Confirm::open(this, request, [this] { m_store.leave(); }, [this] { m_leave = false; });
+    Confirm::open(
+        this, request, [this] { m_store.leave(); }, [this] { m_leave = false; });
 }

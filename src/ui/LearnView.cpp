@@ -69,8 +69,8 @@ QString LearnView::levelTitle(const QString& level)
 
 QString LearnView::poolEntry(const Pool& pool, const QString& today)
 {
-    QString entry = pool.name + QStringLiteral(" · ") + pool.validFrom.left(4) + QStringLiteral("–") +
-                    pool.validUntil.left(4);
+    QString entry =
+        pool.name + QStringLiteral(" · ") + pool.validFrom.left(4) + QStringLiteral("–") + pool.validUntil.left(4);
     if (pool.upcoming())
         entry += QStringLiteral(" · Upcoming");
     else if (!pool.current(today))
@@ -150,8 +150,8 @@ LearnView::LearnView(Store& store, QWidget* parent) : QWidget(parent), m_store(s
     m_sessionRows = new QVBoxLayout();
     m_sessionRows->setSpacing(8);
     sessions->addLayout(m_sessionRows);
-    sessions->addWidget(caption(QStringLiteral("Resumed exams are practice-only and do not enter the top 10."),
-                                m_sessions));
+    sessions->addWidget(
+        caption(QStringLiteral("Resumed exams are practice-only and do not enter the top 10."), m_sessions));
     layout->addWidget(m_sessions);
     layout->addStretch(1);
 
@@ -455,9 +455,9 @@ void LearnView::refreshSetUp()
     const bool current = chosen->current(today);
     m_warning->setVisible(!current);
     if (!current) {
-        m_warningText->setText(chosen->upcoming()
-                                   ? QStringLiteral("Preview pool — not yet used for current exams.")
-                                   : QStringLiteral("This pool has expired. Update before preparing for a current exam."));
+        m_warningText->setText(
+            chosen->upcoming() ? QStringLiteral("Preview pool — not yet used for current exams.")
+                               : QStringLiteral("This pool has expired. Update before preparing for a current exam."));
     }
     refreshButtons();
 }

@@ -199,10 +199,10 @@ QWidget* ResultView::buildHeader()
         p.setColor(QPalette::WindowText, m_result.passed() ? Theme::green.darker(115) : Theme::orange.darker(115));
         heading->setPalette(p);
     }
-    const QString finished = QLocale::system().toString(Dates::toDateTime(m_result.finished).toLocalTime(),
-                                                        QLocale::ShortFormat);
-    auto* detail = new QLabel(QStringLiteral("Pool ") + m_result.session.pool.id + QStringLiteral(" · ") + finished,
-                              header);
+    const QString finished =
+        QLocale::system().toString(Dates::toDateTime(m_result.finished).toLocalTime(), QLocale::ShortFormat);
+    auto* detail =
+        new QLabel(QStringLiteral("Pool ") + m_result.session.pool.id + QStringLiteral(" · ") + finished, header);
     detail->setObjectName(QStringLiteral("resultDetail"));
     detail->setFont(Theme::captionFont(detail));
     Theme::secondary(detail);
@@ -275,8 +275,8 @@ void ResultView::refreshList()
             connect(view, &QPushButton::clicked, this, [this, f = *file] { showDiagram(f); });
             actions->addWidget(view);
         }
-        auto* bookmark = new QPushButton(Icons::icon(QStringLiteral("bookmark"), Theme::teal),
-                                         QStringLiteral("Bookmark"), card);
+        auto* bookmark =
+            new QPushButton(Icons::icon(QStringLiteral("bookmark"), Theme::teal), QStringLiteral("Bookmark"), card);
         bookmark->setObjectName(QStringLiteral("bookmark"));
         connect(bookmark, &QPushButton::clicked, this, [this, q] { m_store.toggleBookmark(m_result.session.pool, q); });
         actions->addWidget(bookmark);
