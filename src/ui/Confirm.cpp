@@ -1,6 +1,8 @@
 // Confirmation alerts.
 #include "Confirm.h"
 
+#include "Theme.h"
+
 #include <QPushButton>
 
 namespace Confirm {
@@ -18,10 +20,12 @@ QMessageBox* open(QWidget* parent, const Request& request, std::function<void()>
     box->setInformativeText(request.message);
     box->setAccessibleName(request.title);
     box->setAccessibleDescription(request.message);
-    QPushButton* cancel = box->addButton(request.cancelText, QMessageBox::RejectRole);
+    QPushButton* cancel = box->addButton(Theme::buttonText(request.cancelText), QMessageBox::RejectRole);
     cancel->setObjectName(QStringLiteral("confirmationCancel"));
-    QPushButton* action = box->addButton(request.actionText, request.actionRole);
+    QPushButton* action = box->addButton(Theme::buttonText(request.actionText), request.actionRole);
     action->setObjectName(QStringLiteral("confirmationAction"));
+    cancel->setAccessibleName(request.cancelText);
+    action->setAccessibleName(request.actionText);
     if (request.actionRole == QMessageBox::DestructiveRole)
         action->setProperty("destructive", true);
     box->setDefaultButton(cancel);

@@ -117,7 +117,7 @@ QWidget* ExamView::buildHeader()
     titles->setSpacing(2);
     m_title = plain(QString(), header);
     m_title->setObjectName(QStringLiteral("examTitle"));
-    m_title->setFont(Theme::titleFont(m_title, 17));
+    m_title->setFont(Theme::titleFont(m_title, 16));
     m_position = plain(QString(), header);
     m_position->setObjectName(QStringLiteral("examPosition"));
     Theme::secondary(m_position);
@@ -248,7 +248,8 @@ QWidget* ExamView::buildNavigation()
     m_counts = new QLabel(nav);
     m_counts->setObjectName(QStringLiteral("counts"));
     Theme::secondary(m_counts);
-    m_finish = new QPushButton(QStringLiteral("Finish & Score"), nav);
+    m_finish = new QPushButton(Theme::buttonText(QStringLiteral("Finish & Score")), nav);
+    m_finish->setAccessibleName(QStringLiteral("Finish & Score"));
     m_finish->setObjectName(QStringLiteral("finish"));
     Theme::prominent(m_finish);
     connect(m_finish, &QPushButton::clicked, this, &ExamView::confirmSubmit);
@@ -280,7 +281,9 @@ void ExamView::refresh()
     m_title->setText(s.pool.name + QStringLiteral(" · ") + s.mode);
     m_position->setText(s.name + QStringLiteral(" · Question ") + QString::number(index + 1) + QStringLiteral(" of ") +
                         QString::number(s.questions.size()));
-    m_leaveButton->setText(s.isGuest() ? QStringLiteral("Leave") : QStringLiteral("Save & Leave"));
+    const QString leave = s.isGuest() ? QStringLiteral("Leave") : QStringLiteral("Save & Leave");
+    m_leaveButton->setText(Theme::buttonText(leave));
+    m_leaveButton->setAccessibleName(leave);
     refreshTime();
 
     m_progress->setRange(0, int(s.questions.size()));
@@ -419,14 +422,9 @@ void ExamView::refreshAnswers(const Question& q, bool revealed, std::optional<qi
         mark->setFont(letterFont);
         text->setFont(answerFont);
         text->setText(q.answers[i]);
-        // Revealed rows keep their colours readable instead of the greyed-out disabled look.
-        QPalette pal = text->palette();
-        pal.setColor(QPalette::Disabled, QPalette::WindowText, palette().color(QPalette::Active, QPalette::WindowText));
-        text->setPalette(pal);
-        QPalette letterPal = pal;
-        letterPal.setColor(QPalette::Active, QPalette::WindowText, Theme::teal.darker(110));
-        letterPal.setColor(QPalette::Disabled, QPalette::WindowText, Theme::teal.darker(110));
-        mark->setPalette(letterPal);
+        // Revealed rows stay readable instead of taking the greyed-out look of disabled controls.
+        text->setStyleSheet(QStringLiteral("color: #1d2327;"));
+        mark->setStyleSheet(QStringLiteral("color: #0c7476;"));
         if (chosen)
             tick->setPixmap(Icons::icon(QStringLiteral("checkmark.circle.fill"), Theme::teal)
                                 .pixmap(QSize(20, 20), devicePixelRatioF()));

@@ -88,7 +88,7 @@ LearnView::LearnView(Store& store, QWidget* parent) : QWidget(parent), m_store(s
     auto* intro = new QVBoxLayout();
     intro->setSpacing(4);
     auto* title = label(QStringLiteral("Your next step on the air"), this, QStringLiteral("learnTitle"));
-    title->setFont(Theme::titleFont(title, 24));
+    title->setFont(Theme::titleFont(title, 22));
     intro->addWidget(title);
     auto* subtitle = label(QStringLiteral("Study every question, focus on difficult topics, or sit a fresh practice "
                                           "exam. Everything stays on this computer."),
@@ -145,7 +145,7 @@ LearnView::LearnView(Store& store, QWidget* parent) : QWidget(parent), m_store(s
     sessions->setContentsMargins(0, 6, 0, 0);
     sessions->setSpacing(8);
     auto* heading = label(QStringLiteral("Continue a Saved Session"), m_sessions);
-    heading->setFont(Theme::titleFont(heading, 17));
+    heading->setFont(Theme::titleFont(heading, 15));
     sessions->addWidget(heading);
     m_sessionRows = new QVBoxLayout();
     m_sessionRows->setSpacing(8);
@@ -170,7 +170,7 @@ void LearnView::buildSetUp(QVBoxLayout* layout)
     group->setContentsMargins(20, 18, 20, 20);
     group->setSpacing(14);
     auto* heading = label(QStringLiteral("Set Up Your Session"), m_setUp);
-    heading->setFont(Theme::titleFont(heading, 17));
+    heading->setFont(Theme::titleFont(heading, 15));
     group->addWidget(heading);
 
     // Pool, mode and shuffle.

@@ -181,6 +181,7 @@ ResultView::ResultView(Store& store, const Result& result, QWidget* parent)
     layout->addLayout(m_list);
     layout->addStretch(1);
     scroll->setWidget(content);
+    connect(&m_store, &Store::savedChanged, this, &ResultView::refreshBookmarks);
     refreshList();
 }
 
@@ -223,6 +224,7 @@ void ResultView::refreshList()
             w->deleteLater();
         delete item;
     }
+    m_bookmarks.clear();
     const Session& s = m_result.session;
     const QList<Question> shown = m_onlyWrong ? wrongQuestions(m_result) : s.questions;
     if (m_onlyWrong && shown.isEmpty()) {
@@ -279,10 +281,25 @@ void ResultView::refreshList()
             new QPushButton(Icons::icon(QStringLiteral("bookmark"), Theme::teal), QStringLiteral("Bookmark"), card);
         bookmark->setObjectName(QStringLiteral("bookmark"));
         connect(bookmark, &QPushButton::clicked, this, [this, q] { m_store.toggleBookmark(m_result.session.pool, q); });
+        m_bookmarks.append({bookmark, q});
         actions->addWidget(bookmark);
         actions->addStretch(1);
         column->addLayout(actions);
         m_list->addWidget(card);
+    }
+    refreshBookmarks();
+}
+
+void ResultView::refreshBookmarks()
+{
+    // The button keeps its title; the filled icon tells whether the question is bookmarked.
+    const QSet<QString>& bookmarks = m_store.saved().bookmarks;
+    for (const auto& [button, question] : std::as_const(m_bookmarks)) {
+        if (!button)
+            continue;
+        const bool on = bookmarks.contains(m_store.key(m_result.session.pool, question));
+        button->setIcon(Icons::icon(on ? QStringLiteral("bookmark.fill") : QStringLiteral("bookmark"), Theme::teal));
+        button->setProperty("bookmarked", on);
     }
 }
 

@@ -43,6 +43,7 @@ private:
     QWidget* buildHeader();
     void refreshList();
     void showDiagram(const QString& file);
+    void refreshBookmarks();
 
     Store& m_store;
     Result m_result;
@@ -51,4 +52,5 @@ private:
     QCheckBox* m_onlyWrongSwitch = nullptr;
     QVBoxLayout* m_list = nullptr;
     QPointer<DiagramView> m_viewer;
+    QList<std::pair<QPointer<QPushButton>, Question>> m_bookmarks;
 };

@@ -40,6 +40,8 @@ QPushButton[prominent="true"]:hover { background: #12999b; }
 QPushButton[prominent="true"]:pressed { background: #0c7476; }
 QPushButton[prominent="true"]:disabled { background: #9fcfd0; border-color: #9fcfd0; color: #eef7f7; }
 QPushButton[destructive="true"] { color: #b3261e; }
+QPushButton#jumpTo { padding-right: 26px; }
+QPushButton::menu-indicator { subcontrol-origin: padding; subcontrol-position: center right; right: 8px; }
 QPushButton[sidebar="true"] {
     text-align: left;
     padding: 8px;
@@ -65,15 +67,16 @@ QProgressBar {
     min-height: 8px;
 }
 QProgressBar::chunk { border-radius: 4px; background: #0f8b8d; }
-QLineEdit, QComboBox {
+QLineEdit {
     padding: 4px 6px;
     border: 1px solid #c9cdd1;
     border-radius: 6px;
     background: #ffffff;
     min-height: 20px;
 }
-QLineEdit:focus, QComboBox:focus { border-color: #0f8b8d; }
-QComboBox:disabled, QLineEdit:disabled { color: #a6abb0; background: #f7f7f8; }
+QLineEdit:focus { border-color: #0f8b8d; }
+QLineEdit:disabled { color: #a6abb0; background: #f7f7f8; }
+QComboBox { min-height: 22px; padding: 2px 8px; }
 QScrollArea { border: none; background: transparent; }
 QScrollArea > QWidget > QWidget { background: transparent; }
 QToolTip { color: #1d2327; background: #ffffff; border: 1px solid #c9cdd1; }
@@ -132,6 +135,16 @@ QFont monospaceFont(double points)
     QFont f = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     f.setPointSizeF(points);
     return f;
+}
+
+QString buttonText(const QString& text)
+{
+    return QString(text).replace(QLatin1Char('&'), QStringLiteral("&&"));
+}
+
+QString shownText(const QString& buttonTitle)
+{
+    return QString(buttonTitle).replace(QStringLiteral("&&"), QStringLiteral("&"));
 }
 
 void secondary(QWidget* widget)

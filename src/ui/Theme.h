@@ -3,6 +3,7 @@
 
 #include <QColor>
 #include <QFont>
+#include <QString>
 
 class QApplication;
 class QWidget;
@@ -25,6 +26,10 @@ void apply(QApplication& app);
 QFont titleFont(QWidget* widget, double points, bool bold = true);
 QFont captionFont(QWidget* widget, double delta = -1.5);
 QFont monospaceFont(double points);
+// A button title shown exactly as written: an ampersand is a character, never a keyboard mnemonic.
+QString buttonText(const QString& text);
+// The title a button shows, as the learner reads it (the inverse of buttonText).
+QString shownText(const QString& buttonTitle);
 // Marks a label as secondary text (dimmed colour).
 void secondary(QWidget* widget);
 // Marks a push button as the prominent (filled teal) one.

@@ -3,6 +3,7 @@
 
 #include "appupdate/KestovanUpdates.h"
 #include "support/Fixtures.h"
+#include "ui/Theme.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -38,6 +39,7 @@ void installFakeUpdater()
 
 Harness::Harness()
 {
+    Theme::apply(*qApp);
     m_store = std::make_unique<Store>(Fixtures::sourcePackPath(), m_dir.path());
     m_store->setClock([this] { return now; });
     // No test reaches the network: the pool check finds nothing new and the release check knows no newer version.
@@ -98,7 +100,7 @@ bool Harness::answerBox(const QString& buttonText, const QString& name)
     if (!box)
         return false;
     for (QAbstractButton* button : box->buttons()) {
-        if (button->text() == buttonText) {
+        if (Theme::shownText(button->text()) == buttonText) {
             button->click();
             settle();
             return true;

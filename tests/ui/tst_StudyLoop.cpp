@@ -52,6 +52,7 @@ private slots:
         QCOMPARE(h.store().session()->answers.value(s.questions[1].id, -1), 3);
         QCOMPARE(h.visible<QLabel>(QStringLiteral("counts"))->text(), QStringLiteral("0 flagged · 33 unanswered"));
 
+        QCOMPARE(h.visible<QPushButton>(QStringLiteral("leave"))->accessibleName(), QStringLiteral("Save & Leave"));
         h.click(QStringLiteral("leave"));
         QMessageBox* leave = h.openBox();
         QVERIFY(leave);
@@ -147,6 +148,7 @@ private slots:
         QCOMPARE(h.store().session()->answers.value(q.id), wrong);
 
         QCOMPARE(h.visible<QPushButton>(QStringLiteral("leave"))->text(), QStringLiteral("Leave"));
+        QCOMPARE(h.visible<QPushButton>(QStringLiteral("finish"))->text(), QStringLiteral("Finish && Score"));
         h.click(QStringLiteral("leave"));
         QCOMPARE(h.openBox()->windowTitle(), QStringLiteral("Leave this Guest attempt?"));
         QCOMPARE(h.openBox()->informativeText(),
