@@ -125,6 +125,7 @@ LearnView::LearnView(Store& store, QWidget* parent) : QWidget(parent), m_store(s
         auto* box = new QCheckBox(levelTitle(level), m_completedPanel);
         box->setObjectName(QStringLiteral("completed-") + level);
         box->setAccessibleName(levelTitle(level));
+        box->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
         connect(box, &QCheckBox::clicked, this, [this, level](bool on) { m_store.setLevelComplete(level, on); });
         m_levelSwitches.append(box);
         panel->addWidget(box);

@@ -170,6 +170,7 @@ ResultView::ResultView(Store& store, const Result& result, QWidget* parent)
     m_onlyWrongSwitch->setObjectName(QStringLiteral("onlyWrong"));
     m_onlyWrongSwitch->setAccessibleName(m_onlyWrongSwitch->text());
     m_onlyWrongSwitch->setChecked(m_onlyWrong);
+    m_onlyWrongSwitch->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     connect(m_onlyWrongSwitch, &QCheckBox::toggled, this, [this](bool on) {
         m_onlyWrong = on;
         refreshList();
