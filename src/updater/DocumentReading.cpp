@@ -76,10 +76,12 @@ public:
 };
 
 // Drives a reader over the XML. Elements are told by their qualified names ("w:p"), prefixes kept.
-// Entities that the parser leaves unresolved (external ones) are never fetched: the part is refused instead.
+// External entities are never fetched: a part that declares or uses one is refused.
 template <typename Reader> void readXml(const QByteArray& xml, Reader& reader)
 {
     QXmlStreamReader parser(xml);
+    // Names are compared as written, prefix included; a part need not declare the prefixes it uses.
+    parser.setNamespaceProcessing(false);
     while (!parser.atEnd()) {
         switch (parser.readNext()) {
         case QXmlStreamReader::StartElement:
@@ -93,6 +95,13 @@ template <typename Reader> void readXml(const QByteArray& xml, Reader& reader)
             break;
         case QXmlStreamReader::EndElement:
             reader.end(parser.qualifiedName());
+            break;
+        case QXmlStreamReader::DTD:
+            // Pool parts never declare entities; one that points outside the part is refused, never fetched.
+            for (const QXmlStreamEntityDeclaration& entity : parser.entityDeclarations()) {
+                if (!entity.systemId().isEmpty() || !entity.publicId().isEmpty())
+                    throw UpdateError(UpdateError::format);
+            }
             break;
         case QXmlStreamReader::EntityReference:
             throw UpdateError(UpdateError::format);
