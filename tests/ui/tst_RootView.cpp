@@ -147,6 +147,32 @@ private slots:
         QVERIFY(picker->isEnabled());
     }
 
+    void screensFollowChangesMadeInOneTurn()
+    {
+        Harness h;
+        const Pool pool = h.store().studyPools().first();
+        const QList<Question> three = pool.questions.mid(0, 3);
+        h.store().begin(pool, QStringLiteral("Study All"), QStringLiteral("Ada"), false, QString(), three);
+        Harness::settle();
+        // Leaving and starting again before the event loop runs must still end on a live question screen.
+        h.store().leave();
+        h.store().begin(pool, QStringLiteral("Study All"), QStringLiteral("Ada"), false, QString(), three);
+        Harness::settle();
+        QVERIFY(h.root().currentBody());
+        QCOMPARE(h.root().currentBody()->objectName(), QStringLiteral("examView"));
+        QVERIFY(h.root().currentBody()->isVisible());
+        h.store().finish();
+        const QUuid first = h.store().result()->id;
+        Harness::settle();
+        h.store().setResult(std::nullopt);
+        h.store().begin(pool, QStringLiteral("Study All"), QStringLiteral("Ada"), false, QString(), three);
+        h.store().finish();
+        QVERIFY(h.store().result()->id != first);
+        Harness::settle();
+        QCOMPARE(h.root().currentBody()->objectName(), QStringLiteral("resultView"));
+        QVERIFY(h.root().currentBody()->isVisible());
+    }
+
     void profilePickerListsAndSelects()
     {
         Harness h;
