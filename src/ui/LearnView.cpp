@@ -334,6 +334,14 @@ std::optional<Pool> LearnView::pool() const
     return std::nullopt;
 }
 
+void LearnView::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    // Coming back to the screen starts again from the current learner's name.
+    takeProfileName();
+    refresh();
+}
+
 void LearnView::takeProfileName()
 {
     const Profile profile = m_store.profile();
