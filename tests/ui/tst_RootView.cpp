@@ -211,6 +211,37 @@ private slots:
         QVERIFY(!h.openBox(QStringLiteral("statusAlert")));
     }
 
+    void failedExportIsReportedInTheAlert_data()
+    {
+        QTest::addColumn<bool>("cancel");
+        QTest::newRow("cancelled panel says nothing") << true;
+        QTest::newRow("unwritable place is reported") << false;
+    }
+
+    void failedExportIsReportedInTheAlert()
+    {
+        QFETCH(bool, cancel);
+        Harness h;
+        const Pool pool = h.store().studyPools().first();
+        h.store().begin(pool, QStringLiteral("Study All"), QStringLiteral("Ada"), false, QString(),
+                        pool.questions.mid(0, 2));
+        h.store().finish();
+        Harness::settle();
+        h.store().setSavePanel([&](const QString&) -> std::optional<QString> {
+            if (cancel)
+                return std::nullopt;
+            return h.folder() + QStringLiteral("/missing/folder/Aerowen-Result.txt");
+        });
+        h.click(QStringLiteral("exportResult"));
+        QCOMPARE(h.openBox(QStringLiteral("statusAlert")) != nullptr, !cancel);
+        QCOMPARE(h.store().message().isEmpty(), cancel);
+        if (!cancel) {
+            QCOMPARE(h.openBox(QStringLiteral("statusAlert"))->text(), h.store().message());
+            QVERIFY(h.answerBox(QStringLiteral("OK"), QStringLiteral("statusAlert")));
+            QVERIFY(h.store().message().isEmpty());
+        }
+    }
+
     void releaseCheckWaitsForThePoolCheck()
     {
         Harness h;
