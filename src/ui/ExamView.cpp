@@ -98,6 +98,19 @@ ExamView::ExamView(Store& store, QWidget* parent) : QWidget(parent), m_store(sto
         m_keys.append(key);
     }
 
+    // Moving on with the arrow keys lets a learner sit a whole exam from the keyboard: A–D, then → for the next one.
+    const auto arrow = [this](Qt::Key key, QPushButton* button, const QString& name) {
+        auto* shortcut = new QShortcut(QKeySequence(key), this);
+        shortcut->setObjectName(name);
+        shortcut->setContext(Qt::WindowShortcut);
+        connect(shortcut, &QShortcut::activated, button, [button] {
+            if (button->isEnabled())
+                button->click();
+        });
+    };
+    arrow(Qt::Key_Right, m_next, QStringLiteral("nextKey"));
+    arrow(Qt::Key_Left, m_previous, QStringLiteral("previousKey"));
+
     m_clock = new QTimer(this);
     m_clock->setInterval(1000);
     connect(m_clock, &QTimer::timeout, this, &ExamView::refreshTime);

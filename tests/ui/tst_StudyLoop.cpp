@@ -42,6 +42,12 @@ private slots:
         QVERIFY(!h.visible<QPushButton>(QStringLiteral("checkAnswer")));
 
         h.key(Qt::Key_A);
+        h.key(Qt::Key_Left); // nothing before the first question
+        QCOMPARE(h.store().session()->index, 0);
+        h.key(Qt::Key_Right);
+        QCOMPARE(h.store().session()->index, 1);
+        h.key(Qt::Key_Left);
+        QCOMPARE(h.store().session()->index, 0);
         h.click(QStringLiteral("next"));
         h.key(Qt::Key_C);
         const Session& s = *h.store().session();
