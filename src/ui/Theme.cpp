@@ -38,6 +38,7 @@ QPushButton[prominent="true"] {
 }
 QPushButton[prominent="true"]:hover { background: #12999b; }
 QPushButton[prominent="true"]:pressed { background: #0c7476; }
+QPushButton[prominent="true"]:focus { border: 2px solid #0a4f50; }
 QPushButton[prominent="true"]:disabled { background: #9fcfd0; border-color: #9fcfd0; color: #eef7f7; }
 QPushButton[destructive="true"] { color: #b3261e; }
 QPushButton#jumpTo { padding-right: 26px; }
@@ -51,6 +52,7 @@ QPushButton[sidebar="true"] {
 }
 QPushButton[sidebar="true"]:hover { background: rgba(15, 139, 141, 0.08); }
 QPushButton[sidebar="true"]:checked { background: rgba(15, 139, 141, 0.16); }
+QPushButton[sidebar="true"]:focus { border: 1px solid rgba(15, 139, 141, 0.55); }
 QPushButton[flat="true"] { border: none; background: transparent; color: #0f8b8d; padding: 2px 4px; }
 QPushButton[flat="true"]:hover { text-decoration: underline; }
 QFrame[card="true"] {
