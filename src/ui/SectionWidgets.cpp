@@ -1,0 +1,152 @@
+// Shared building blocks of the section screens.
+#include "SectionWidgets.h"
+
+#include <QFrame>
+#include <QLabel>
+#include <QPainter>
+#include <QPixmap>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace SectionWidgets {
+
+QString styleSheet()
+{
+    return QStringLiteral(R"(
+QFrame[card="true"] { background: #ffffff; border: 1px solid #dde4e6; border-radius: 10px; }
+QFrame[card="true"] QLabel { border: none; background: transparent; }
+QLabel[role="note"] { color: #5b6770; }
+QLabel[role="caption"] { color: #6b7780; }
+QPushButton { background: #ffffff; border: 1px solid #c9d3d6; border-radius: 7px; padding: 6px 14px; color: #1d2a30; }
+QPushButton:hover { border-color: #0f8b8d; }
+QPushButton:pressed { background: #e3f1f1; }
+QPushButton:disabled { color: #9aa5aa; background: #f3f5f6; border-color: #dde4e6; }
+QPushButton[primary="true"] { background: #0f8b8d; border-color: #0f8b8d; color: #ffffff; font-weight: 600; }
+QPushButton[primary="true"]:hover { background: #0c7577; }
+QPushButton[primary="true"]:disabled { background: #9ccfd0; border-color: #9ccfd0; color: #f4fbfb; }
+QPushButton[destructive="true"] { color: #b3261e; border-color: #e2b4b0; }
+QPushButton[destructive="true"]:hover { background: #fbeceb; border-color: #b3261e; }
+QLineEdit, QComboBox { border: 1px solid #c9d3d6; border-radius: 7px; padding: 5px 8px; background: #ffffff; }
+QLineEdit:focus, QComboBox:focus { border-color: #0f8b8d; }
+QProgressBar { border: none; border-radius: 4px; background: #e6ecee; max-height: 8px; }
+QProgressBar::chunk { border-radius: 4px; background: #0f8b8d; }
+)");
+}
+
+namespace {
+
+QLabel* label(const QString& text, QWidget* parent, const char* role)
+{
+    auto* l = new QLabel(text, parent);
+    l->setWordWrap(true);
+    if (role)
+        l->setProperty("role", QString::fromLatin1(role));
+    return l;
+}
+
+} // namespace
+
+QLabel* title(const QString& text, QWidget* parent)
+{
+    auto* l = label(text, parent, nullptr);
+    QFont font = l->font();
+    font.setPointSizeF(font.pointSizeF() * 1.75);
+    font.setBold(true);
+    l->setFont(font);
+    return l;
+}
+
+QLabel* heading(const QString& text, QWidget* parent)
+{
+    auto* l = label(text, parent, nullptr);
+    QFont font = l->font();
+    font.setPointSizeF(font.pointSizeF() * 1.15);
+    font.setBold(true);
+    l->setFont(font);
+    return l;
+}
+
+QLabel* note(const QString& text, QWidget* parent)
+{
+    return label(text, parent, "note");
+}
+
+QLabel* caption(const QString& text, QWidget* parent)
+{
+    auto* l = label(text, parent, "caption");
+    QFont font = l->font();
+    font.setPointSizeF(font.pointSizeF() * 0.88);
+    l->setFont(font);
+    return l;
+}
+
+QLabel* body(const QString& text, QWidget* parent)
+{
+    return label(text, parent, nullptr);
+}
+
+QFrame* card(QWidget* parent, QVBoxLayout** layout)
+{
+    auto* frame = new QFrame(parent);
+    frame->setProperty("card", true);
+    auto* l = new QVBoxLayout(frame);
+    l->setContentsMargins(16, 14, 16, 14);
+    l->setSpacing(8);
+    if (layout)
+        *layout = l;
+    return frame;
+}
+
+void makePrimary(QPushButton* button)
+{
+    button->setProperty("primary", true);
+}
+
+void makeDestructive(QPushButton* button)
+{
+    button->setProperty("destructive", true);
+}
+
+void name(QWidget* widget, const QString& objectName, const QString& accessibleName)
+{
+    widget->setObjectName(objectName);
+    widget->setAccessibleName(accessibleName);
+}
+
+QIcon personIcon()
+{
+    const QIcon themed = QIcon::fromTheme(QStringLiteral("avatar-default"));
+    if (!themed.isNull())
+        return themed;
+    QPixmap pixmap(32, 32);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(teal, 2));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawEllipse(QRectF(2, 2, 28, 28));
+    painter.setBrush(teal);
+    painter.setPen(Qt::NoPen);
+    painter.drawEllipse(QRectF(11, 7, 10, 10));
+    painter.drawChord(QRectF(7, 18, 18, 16), 0, 180 * 16);
+    return QIcon(pixmap);
+}
+
+void replace(QVBoxLayout* layout, QWidget*& current, QWidget* next)
+{
+    int at = -1;
+    if (current) {
+        at = layout->indexOf(current);
+        layout->removeWidget(current);
+        current->hide();
+        current->setParent(nullptr);
+        current->deleteLater();
+    }
+    if (at < 0)
+        layout->addWidget(next);
+    else
+        layout->insertWidget(at, next);
+    current = next;
+}
+
+} // namespace SectionWidgets
