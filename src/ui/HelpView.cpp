@@ -23,7 +23,7 @@ QString userGuide()
 
 HelpView::HelpView(Store&, QWidget* parent) : QWidget(parent)
 {
-    setStyleSheet(styleSheet());
+    setStyleSheet(SectionWidgets::sheet());
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(20, 20, 20, 20);
     layout->setSpacing(12);

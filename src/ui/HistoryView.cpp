@@ -53,12 +53,13 @@ QPushButton* row(const Result& r, QWidget* parent)
 
 } // namespace
 
-HistoryView::HistoryView(Store& store, QWidget* parent) : QWidget(parent), m_store(store)
+HistoryView::HistoryView(Store& store, QWidget* parent) : SectionView(parent), m_store(store)
 {
-    setStyleSheet(styleSheet() + QStringLiteral("QPushButton[historyRow=\"true\"] { text-align: left; padding: 0; "
-                                                "border-radius: 10px; border-color: #dde4e6; }"
-                                                "QPushButton[historyRow=\"true\"]:hover { border-color: #0f8b8d; "
-                                                "background: #f2f9f9; }"));
+    setStyleSheet(SectionWidgets::sheet() +
+                  QStringLiteral("QPushButton[historyRow=\"true\"] { text-align: left; padding: 0; "
+                                 "border-radius: 10px; border-color: #dde4e6; }"
+                                 "QPushButton[historyRow=\"true\"]:hover { border-color: #0f8b8d; "
+                                 "background: #f2f9f9; }"));
     m_layout = new QVBoxLayout(this);
     m_layout->setContentsMargins(16, 16, 16, 16);
     m_layout->setSpacing(12);
@@ -67,7 +68,7 @@ HistoryView::HistoryView(Store& store, QWidget* parent) : QWidget(parent), m_sto
     m_layout->addWidget(m_rows);
     m_layout->addStretch(1);
 
-    connect(&m_store, &Store::savedChanged, this, &HistoryView::redraw);
+    connect(&m_store, &Store::savedChanged, this, &HistoryView::storeChanged);
     redraw();
 }
 

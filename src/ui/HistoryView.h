@@ -1,21 +1,22 @@
 // The "History" section: the current learner's finished attempts, each opening its result.
 #pragma once
 
-#include <QWidget>
+#include "SectionView.h"
 
 class QVBoxLayout;
 class Store;
 
-class HistoryView : public QWidget
+class HistoryView : public SectionView
 {
     Q_OBJECT
 
 public:
     explicit HistoryView(Store& store, QWidget* parent = nullptr);
 
-private:
-    void redraw();
+protected:
+    void redraw() override;
 
+private:
     Store& m_store;
     QVBoxLayout* m_layout = nullptr;
     QWidget* m_rows = nullptr;

@@ -70,9 +70,9 @@ QFrame* board(const Pool& pool, const QList<Result>& entries, QWidget* parent)
 
 } // namespace
 
-LeaderboardView::LeaderboardView(Store& store, QWidget* parent) : QWidget(parent), m_store(store)
+LeaderboardView::LeaderboardView(Store& store, QWidget* parent) : SectionView(parent), m_store(store)
 {
-    setStyleSheet(styleSheet());
+    setStyleSheet(SectionWidgets::sheet());
     m_layout = new QVBoxLayout(this);
     m_layout->setContentsMargins(20, 20, 20, 20);
     m_layout->setSpacing(14);
@@ -91,8 +91,8 @@ LeaderboardView::LeaderboardView(Store& store, QWidget* parent) : QWidget(parent
     m_layout->addStretch(1);
 
     connect(m_code, &QLineEdit::textChanged, this, &LeaderboardView::redraw);
-    connect(&m_store, &Store::savedChanged, this, &LeaderboardView::redraw);
-    connect(&m_store, &Store::packChanged, this, &LeaderboardView::redraw);
+    connect(&m_store, &Store::savedChanged, this, &LeaderboardView::storeChanged);
+    connect(&m_store, &Store::packChanged, this, &LeaderboardView::storeChanged);
     redraw();
 }
 

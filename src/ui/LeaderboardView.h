@@ -3,13 +3,13 @@
 
 #include "model/Pack.h"
 
-#include <QWidget>
+#include "SectionView.h"
 
 class QLineEdit;
 class QVBoxLayout;
 class Store;
 
-class LeaderboardView : public QWidget
+class LeaderboardView : public SectionView
 {
     Q_OBJECT
 
@@ -19,9 +19,10 @@ public:
     // The pools whose boards this screen shows, for the store's current learner.
     static QList<Pool> rankingPools(const Store& store);
 
-private:
-    void redraw();
+protected:
+    void redraw() override;
 
+private:
     Store& m_store;
     QLineEdit* m_code = nullptr;
     QVBoxLayout* m_layout = nullptr;

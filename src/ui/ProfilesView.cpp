@@ -14,9 +14,9 @@
 
 using namespace SectionWidgets;
 
-ProfilesView::ProfilesView(Store& store, QWidget* parent) : QWidget(parent), m_store(store)
+ProfilesView::ProfilesView(Store& store, QWidget* parent) : SectionView(parent), m_store(store)
 {
-    setStyleSheet(styleSheet());
+    setStyleSheet(SectionWidgets::sheet());
     m_layout = new QVBoxLayout(this);
     m_layout->setContentsMargins(20, 20, 20, 20);
     m_layout->setSpacing(12);
@@ -68,7 +68,7 @@ ProfilesView::ProfilesView(Store& store, QWidget* parent) : QWidget(parent), m_s
     });
     connect(m_add, &QPushButton::clicked, this, &ProfilesView::addProfile);
     connect(clear, &QPushButton::clicked, this, &ProfilesView::confirmReset);
-    connect(&m_store, &Store::savedChanged, this, &ProfilesView::redraw);
+    connect(&m_store, &Store::savedChanged, this, &ProfilesView::storeChanged);
     redraw();
 }
 

@@ -1,7 +1,7 @@
 // The "Profiles" section: add and choose learners, and clear every learner's data on this computer.
 #pragma once
 
-#include <QWidget>
+#include "SectionView.h"
 
 class QLineEdit;
 class QMessageBox;
@@ -9,7 +9,7 @@ class QPushButton;
 class QVBoxLayout;
 class Store;
 
-class ProfilesView : public QWidget
+class ProfilesView : public SectionView
 {
     Q_OBJECT
 
@@ -19,8 +19,10 @@ public:
     // The open "Clear All Data for Everyone?" question, if any.
     QMessageBox* confirmation() const { return m_confirmation; }
 
+protected:
+    void redraw() override;
+
 private:
-    void redraw();
     void addProfile();
     void confirmReset();
 

@@ -70,9 +70,9 @@ QFrame* poolCard(const PoolProgress& progress, QWidget* parent)
 
 } // namespace
 
-ProgressViewPage::ProgressViewPage(Store& store, QWidget* parent) : QWidget(parent), m_store(store)
+ProgressViewPage::ProgressViewPage(Store& store, QWidget* parent) : SectionView(parent), m_store(store)
 {
-    setStyleSheet(styleSheet());
+    setStyleSheet(SectionWidgets::sheet());
     m_layout = new QVBoxLayout(this);
     m_layout->setContentsMargins(20, 20, 20, 20);
     m_layout->setSpacing(14);
@@ -82,8 +82,8 @@ ProgressViewPage::ProgressViewPage(Store& store, QWidget* parent) : QWidget(pare
     m_layout->addStretch(1);
 
     // Statistics and results live in saved; the pool list follows the pack and the learner's completed levels.
-    connect(&m_store, &Store::savedChanged, this, &ProgressViewPage::redraw);
-    connect(&m_store, &Store::packChanged, this, &ProgressViewPage::redraw);
+    connect(&m_store, &Store::savedChanged, this, &ProgressViewPage::storeChanged);
+    connect(&m_store, &Store::packChanged, this, &ProgressViewPage::storeChanged);
     redraw();
 }
 

@@ -10,14 +10,14 @@
 
 namespace SectionWidgets {
 
-QString styleSheet()
+QString sheet()
 {
     return QStringLiteral(R"(
 QFrame[card="true"] { background: #ffffff; border: 1px solid #dde4e6; border-radius: 10px; }
 QFrame[card="true"] QLabel { border: none; background: transparent; }
 QLabel[role="note"] { color: #5b6770; }
 QLabel[role="caption"] { color: #6b7780; }
-QPushButton { background: #ffffff; border: 1px solid #c9d3d6; border-radius: 7px; padding: 6px 14px; color: #1d2a30; }
+QPushButton { background: #ffffff; border: 1px solid #c9d3d6; border-radius: 7px; padding: 6px 10px; color: #1d2a30; }
 QPushButton:hover { border-color: #0f8b8d; }
 QPushButton:pressed { background: #e3f1f1; }
 QPushButton:disabled { color: #9aa5aa; background: #f3f5f6; border-color: #dde4e6; }
@@ -146,6 +146,8 @@ void replace(QVBoxLayout* layout, QWidget*& current, QWidget* next)
         layout->addWidget(next);
     else
         layout->insertWidget(at, next);
+    // A layout shows a new child of a visible screen only on the next event loop pass; show it now.
+    next->show();
     current = next;
 }
 

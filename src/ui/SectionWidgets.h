@@ -18,7 +18,7 @@ namespace SectionWidgets {
 inline const QColor teal = QColor(0x0f, 0x8b, 0x8d);
 
 // Style rules a section screen sets on itself: light cards, teal primary buttons, dimmed notes.
-QString styleSheet();
+QString sheet();
 
 // Large bold screen title.
 QLabel* title(const QString& text, QWidget* parent);

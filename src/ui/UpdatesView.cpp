@@ -61,7 +61,7 @@ QFrame* poolBlock(const Pool& pool, QWidget* parent)
 
 UpdatesView::UpdatesView(Store& store, QWidget* parent) : QWidget(parent), m_store(store)
 {
-    setStyleSheet(styleSheet());
+    setStyleSheet(SectionWidgets::sheet());
     m_layout = new QVBoxLayout(this);
     m_layout->setContentsMargins(20, 20, 20, 20);
     m_layout->setSpacing(12);
