@@ -1,9 +1,13 @@
 // The maker's release record: which version is the newest and where to download it.
 #pragma once
 
+#include "model/Errors.h"
+
 #include <QJsonObject>
+#include <QSslConfiguration>
 #include <QString>
 #include <QUrl>
+#include <optional>
 
 struct AppRelease
 {
@@ -15,4 +19,31 @@ struct AppRelease
     static AppRelease fromJson(const QJsonObject& o);
     static AppRelease fromBytes(const QByteArray& bytes);
     QJsonObject toJson() const;
+
+    // Fetches the maker's release record over HTTPS and validates it. Blocks the calling thread (it runs its own
+    // event loop), so it belongs on a worker thread. Throws DataError, DecodeError or NetworkError.
+    static AppRelease fetch();
+    // Throws DataError::invalid unless the record names a plain three-part version, a build and the download page.
+    void validate() const;
+    // Whether this release is newer than the running version and build.
+    bool isNewer(const QString& runningVersion, qint64 runningBuild) const;
+
+    // The fixed address of the release record on the maker's web host.
+    static QUrl recordAddress();
+    // Test hooks: fetch from a local server instead, trusting its certificate. Not used by the product.
+    static void setRecordAddressForTesting(const std::optional<QUrl>& address);
+    static void setSslConfigurationForTesting(const std::optional<QSslConfiguration>& configuration);
 };
+
+// The transfer itself failed (no network, refused connection, time-out, TLS); carries the platform's text.
+class NetworkError : public Failure
+{
+public:
+    using Failure::Failure;
+};
+
+// Compares version texts with runs of digits taken by value, so 1.10.0 is greater than 1.9.9.
+int compareVersions(const QString& a, const QString& b);
+// The running application's marketing version and build number, with the fallbacks of an unset build.
+QString runningVersion(const QString& configured);
+qint64 runningBuild(const QString& configured);

@@ -38,6 +38,8 @@ public:
     using Refresher = std::function<Pack(const Pack&, const Corrections&)>;
     // Fetches and validates the maker's release record (blocking; called on a worker thread).
     using ReleaseFetcher = std::function<AppRelease()>;
+    // Parses one official document into a one-pool pack; tests a confirmed figure review.
+    using Parser = std::function<Pack(const QByteArray&, const QUrl&, const QString&, const Corrections&)>;
 
     // dataPath replaces the built-in pack, storagePath the storage folder (tests and previews).
     // Throws BuiltInPackError when the built-in pack is missing or cannot be decoded.
@@ -52,6 +54,7 @@ public:
     void setSavePanel(SavePanel panel) { m_savePanel = std::move(panel); }
     void setRefresher(Refresher refresher) { m_refresher = std::move(refresher); }
     void setReleaseFetcher(ReleaseFetcher fetcher) { m_releaseFetcher = std::move(fetcher); }
+    void setParser(Parser parser) { m_parser = std::move(parser); }
 
     // Observable state.
     const Pack& pack() const { return m_pack; }
@@ -173,6 +176,7 @@ private:
     SavePanel m_savePanel;
     Refresher m_refresher;
     ReleaseFetcher m_releaseFetcher;
+    Parser m_parser;
     ProgressEncoder m_encoder;
 };
 

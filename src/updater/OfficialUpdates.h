@@ -26,6 +26,13 @@ private:
     Case m_case;
 };
 
+// A system tool (curl, unzip) could not be started; carries the platform's description.
+class ProcessError : public Failure
+{
+public:
+    using Failure::Failure;
+};
+
 // Figures need the learner: the update stops and carries what the review screen needs.
 class ReviewRequest : public std::exception
 {

@@ -1,0 +1,167 @@
+// Fetching, validating and comparing the maker's release record.
+#include "AppRelease.h"
+
+#include "Config.h"
+
+#include <QEventLoop>
+#include <QMutex>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QRegularExpression>
+
+namespace {
+
+constexpr qint64 sizeLimit = 16384;
+constexpr int timeoutMs = 20000;
+
+// Test hooks are set before any fetch starts; the mutex only keeps a worker from reading a half-written value.
+QMutex hookMutex;
+std::optional<QUrl> testAddress;
+std::optional<QSslConfiguration> testSsl;
+
+} // namespace
+
+QUrl AppRelease::recordAddress()
+{
+    QMutexLocker lock(&hookMutex);
+    if (testAddress)
+        return *testAddress;
+    return QUrl(QStringLiteral("https://") + QLatin1StringView(Config::makerHost) +
+                QStringLiteral("/static/downloads/aerowen-version.json"));
+}
+
+void AppRelease::setRecordAddressForTesting(const std::optional<QUrl>& address)
+{
+    QMutexLocker lock(&hookMutex);
+    testAddress = address;
+}
+
+void AppRelease::setSslConfigurationForTesting(const std::optional<QSslConfiguration>& configuration)
+{
+    QMutexLocker lock(&hookMutex);
+    testSsl = configuration;
+}
+
+AppRelease AppRelease::fetch()
+{
+    const QUrl address = recordAddress();
+    QNetworkRequest request(address);
+    request.setRawHeader("Accept", "application/json");
+    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
+    request.setTransferTimeout(timeoutMs);
+    {
+        QMutexLocker lock(&hookMutex);
+        if (testSsl)
+            request.setSslConfiguration(*testSsl);
+    }
+
+    QNetworkAccessManager manager;
+    QNetworkReply* reply = manager.get(request);
+    bool tooLarge = false;
+    // Stop reading as soon as the record is clearly too large instead of downloading whatever is sent.
+    QObject::connect(reply, &QNetworkReply::downloadProgress, reply, [&](qint64 received, qint64) {
+        if (received >= sizeLimit && !tooLarge) {
+            tooLarge = true;
+            reply->abort();
+        }
+    });
+    QEventLoop loop;
+    QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    if (!reply->isFinished())
+        loop.exec();
+
+    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    const QNetworkReply::NetworkError error = reply->error();
+    const QString errorText = reply->errorString();
+    const QUrl finalAddress = reply->url();
+    const QByteArray body = tooLarge ? QByteArray() : reply->readAll();
+    delete reply;
+
+    if (tooLarge)
+        throw DataError(DataError::invalid);
+    if (!status.isValid()) {
+        // No HTTP response at all: the transport failed and its own description is passed on.
+        throw NetworkError(errorText.isEmpty() ? QStringLiteral("The network request failed.") : errorText);
+    }
+    if (status.toInt() != 200 || finalAddress != address)
+        throw DataError(DataError::invalid);
+    if (error != QNetworkReply::NoError)
+        throw NetworkError(errorText);
+    if (body.size() >= sizeLimit)
+        throw DataError(DataError::invalid);
+
+    AppRelease release = fromBytes(body);
+    release.validate();
+    return release;
+}
+
+void AppRelease::validate() const
+{
+    const auto require = [](bool ok) {
+        if (!ok)
+            throw DataError(DataError::invalid);
+    };
+    static const QRegularExpression versionPattern(QStringLiteral("^[0-9]+\\.[0-9]+\\.[0-9]+$"));
+    require(versionPattern.match(version).hasMatch());
+    require(build >= 1);
+    require(url.isValid() && url.scheme() == QLatin1StringView("https"));
+    require(!url.host().isEmpty() && url.host() == QLatin1StringView(Config::makerHost));
+    require(url.path() == QLatin1StringView("/software/aerowen") ||
+            url.path() == QLatin1StringView("/software/aerowen/"));
+    require(url.userName().isEmpty() && url.password().isEmpty() && !url.hasQuery() && !url.hasFragment());
+}
+
+bool AppRelease::isNewer(const QString& runningVersion, qint64 runningBuild) const
+{
+    const int order = compareVersions(version, runningVersion);
+    if (order != 0)
+        return order > 0;
+    return runningBuild < build;
+}
+
+int compareVersions(const QString& a, const QString& b)
+{
+    qsizetype i = 0, j = 0;
+    while (i < a.size() && j < b.size()) {
+        if (a.at(i).isDigit() && b.at(j).isDigit() && a.at(i).unicode() < 128 && b.at(j).unicode() < 128) {
+            // Compare the two digit runs by value: skip leading zeros, then the longer run is larger.
+            const auto run = [](const QString& s, qsizetype& k) {
+                while (k < s.size() && s.at(k) == QLatin1Char('0'))
+                    ++k;
+                const qsizetype start = k;
+                while (k < s.size() && s.at(k).unicode() >= '0' && s.at(k).unicode() <= '9')
+                    ++k;
+                return QStringView(s).mid(start, k - start);
+            };
+            const QStringView x = run(a, i), y = run(b, j);
+            if (x.size() != y.size())
+                return x.size() < y.size() ? -1 : 1;
+            const int c = x.compare(y);
+            if (c != 0)
+                return c < 0 ? -1 : 1;
+            continue;
+        }
+        if (a.at(i) != b.at(j))
+            return a.at(i) < b.at(j) ? -1 : 1;
+        ++i;
+        ++j;
+    }
+    if (i < a.size())
+        return 1;
+    if (j < b.size())
+        return -1;
+    return 0;
+}
+
+QString runningVersion(const QString& configured)
+{
+    return configured.isEmpty() ? QStringLiteral("1.0.1") : configured;
+}
+
+qint64 runningBuild(const QString& configured)
+{
+    bool ok = false;
+    const qint64 build = configured.toLongLong(&ok, 10);
+    return ok ? build : 8;
+}

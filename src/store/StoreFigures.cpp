@@ -1,0 +1,76 @@
+// Store operations that find and decode a question's figure in the pack in use.
+#include "Store.h"
+
+#include "updater/OfficialUpdates.h"
+
+#include <QBuffer>
+#include <QPdfDocument>
+
+namespace {
+
+// Older packs named some figures by these placeholders; a figure named after the question's label wins over them.
+const QStringList placeholderFigures{QStringLiteral("extra-1.jpg"), QStringLiteral("extra-2.jpg"),
+                                     QStringLiteral("extra-3.jpg")};
+
+std::optional<QByteArray> strictBase64(const QString& text)
+{
+    const auto decoded = QByteArray::fromBase64Encoding(text.toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
+    // The decoder tolerates a missing padding; a stored value must have whole groups of four.
+    if (!decoded || text.size() % 4 != 0 || text.contains(QLatin1Char('?')))
+        return std::nullopt;
+    return decoded.decoded;
+}
+
+std::optional<QImage> pdfImage(const QByteArray& bytes)
+{
+    QBuffer buffer;
+    buffer.setData(bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QPdfDocument document;
+    document.load(&buffer);
+    if (document.status() != QPdfDocument::Status::Ready || document.pageCount() < 1)
+        return std::nullopt;
+    // Twice the page's point size keeps thin lines readable when the viewer zooms in.
+    const QSize size = (document.pagePointSize(0) * 2).toSize();
+    if (size.isEmpty())
+        return std::nullopt;
+    QImage image = document.render(0, size);
+    if (image.isNull())
+        return std::nullopt;
+    return image;
+}
+
+} // namespace
+
+std::optional<QString> Store::diagramFile(const Question& question) const
+{
+    if (question.figure && !placeholderFigures.contains(*question.figure))
+        return question.figure;
+    const QList<QStringList> mentions = OfficialUpdates::matches(OfficialUpdates::figureLabelPattern, question.prompt);
+    if (!mentions.isEmpty()) {
+        const QString label = OfficialUpdates::normalFigure(mentions.first().at(1));
+        const QString extension = label.startsWith(QLatin1Char('T'))   ? QStringLiteral(".jpg")
+                                  : label.startsWith(QLatin1Char('G')) ? QStringLiteral(".pdf")
+                                                                       : QStringLiteral(".png");
+        const QString file = label + extension;
+        if (m_pack.assets.contains(file))
+            return file;
+    }
+    return question.figure;
+}
+
+std::optional<QImage> Store::image(const QString& name) const
+{
+    const auto value = m_pack.assets.constFind(name);
+    if (value == m_pack.assets.cend())
+        return std::nullopt;
+    const std::optional<QByteArray> bytes = strictBase64(value.value());
+    if (!bytes)
+        return std::nullopt;
+    if (bytes->startsWith("%PDF"))
+        return pdfImage(*bytes);
+    const QImage image = QImage::fromData(*bytes);
+    if (image.isNull())
+        return std::nullopt;
+    return image;
+}

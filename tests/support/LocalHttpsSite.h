@@ -1,0 +1,33 @@
+// A local HTTPS web site for tests: a folder served on 127.0.0.1 with a certificate made at test time.
+#pragma once
+
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+class LocalHttpsSite
+{
+public:
+    LocalHttpsSite() = default;
+    ~LocalHttpsSite();
+    LocalHttpsSite(const LocalHttpsSite&) = delete;
+    LocalHttpsSite& operator=(const LocalHttpsSite&) = delete;
+
+    // Whether openssl and python3 exist; tests skip without them.
+    static bool available();
+    // Serves root (NAME.html also answers NAME; NAME.redirect answers 302). In served HTML pages, "ncvec.org" is
+    // replaced by replacementHost when one is given. Returns false and fills error when it cannot start.
+    bool start(const QString& root, const QString& replacementHost, QString* error);
+
+    int port() const { return m_port; }
+    // The self-signed certificate, valid for localhost, www.localhost and 127.0.0.1; trust it as a CA.
+    QString certificatePath() const { return m_dir.filePath(QStringLiteral("cert.pem")); }
+    // Request targets received so far, in order.
+    QStringList requests() const;
+
+private:
+    QTemporaryDir m_dir;
+    QProcess m_server;
+    int m_port = 0;
+};

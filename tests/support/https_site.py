@@ -1,0 +1,60 @@
+# Serves a folder over HTTPS on 127.0.0.1 for tests: a replica of a web site with a certificate made by the test.
+# Arguments: root certificate key request-log [host-to-put-in-place-of-ncvec.org]
+# Prints the chosen port on the first line of standard output. A file NAME.redirect answers 302 to its content.
+import http.server
+import os
+import ssl
+import sys
+import urllib.parse
+
+root, cert, key, log = sys.argv[1:5]
+rewrite = sys.argv[5].encode() if len(sys.argv) > 5 else None
+root = os.path.abspath(root)
+
+
+class Handler(http.server.BaseHTTPRequestHandler):
+    protocol_version = "HTTP/1.1"
+
+    def send(self, status, body=b"", headers=()):
+        self.send_response(status)
+        for name, value in headers:
+            self.send_header(name, value)
+        self.send_header("Content-Length", str(len(body)))
+        self.end_headers()
+        self.wfile.write(body)
+
+    def do_GET(self):
+        with open(log, "a", encoding="utf-8") as f:
+            f.write(self.path + "\n")
+        path = urllib.parse.unquote(urllib.parse.urlsplit(self.path).path)
+        full = os.path.normpath(os.path.join(root, path.lstrip("/")))
+        if full != root and not full.startswith(root + os.sep):
+            return self.send(404, b"not found")
+        if os.path.isfile(full + ".redirect"):
+            with open(full + ".redirect", encoding="utf-8") as f:
+                target = f.read().strip()
+            return self.send(302, b"moved", [("Location", target)])
+        for candidate in (full, full + ".html"):
+            if os.path.isfile(candidate):
+                with open(candidate, "rb") as f:
+                    body = f.read()
+                if rewrite and candidate.endswith(".html"):
+                    body = body.replace(b"ncvec.org", rewrite)
+                return self.send(200, body, [("Content-Type", "application/octet-stream")])
+        self.send(404, b"not found")
+
+    def log_message(self, *args):
+        pass
+
+
+class Server(http.server.ThreadingHTTPServer):
+    def handle_error(self, request, client_address):
+        pass  # clients that hang up early (a refused oversized body) are expected
+
+
+server = Server(("127.0.0.1", 0), Handler)
+context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+context.load_cert_chain(cert, key)
+server.socket = context.wrap_socket(server.socket, server_side=True)
+print(server.server_address[1], flush=True)
+server.serve_forever()
