@@ -6,6 +6,7 @@
 
 #include <QBuffer>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QImage>
 #include <QProcess>
@@ -141,6 +142,16 @@ QByteArray png(unsigned int rgb, int width, int height)
     buffer.open(QIODevice::WriteOnly);
     image.save(&buffer, "PNG");
     return bytes;
+}
+
+void isolateTemporaryFolder()
+{
+    static QTemporaryDir folder; // removed with its contents when the test program ends
+    if (!folder.isValid())
+        qFatal("no temporary folder for the test program");
+    qputenv("TMPDIR", QFile::encodeName(folder.path()));
+    if (QDir::tempPath() != QDir(folder.path()).canonicalPath() && QDir::tempPath() != folder.path())
+        qFatal("the temporary folder could not be moved");
 }
 
 QStringList leftoverDocuments()

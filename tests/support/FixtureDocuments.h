@@ -41,6 +41,9 @@ QUrl technicianSource();
 // A small PNG with the given colour (distinct colours give distinct digests).
 QByteArray png(unsigned int rgb, int width = 8, int height = 8);
 
+// Gives this test program a temporary folder of its own (TMPDIR), so that tests running side by side do not
+// see each other's temporary documents. Call once, before anything is written there.
+void isolateTemporaryFolder();
 // Files named kestovan-pool-*.docx in the temporary folder (to check that parse leaves none behind).
 QStringList leftoverDocuments();
 

@@ -42,6 +42,7 @@ private:
     }
 
 private slots:
+    void initTestCase() { FixtureDocuments::isolateTemporaryFolder(); }
     void init()
     {
         m_runs = 0;

@@ -47,6 +47,7 @@ private:
 private slots:
     void initTestCase()
     {
+        FixtureDocuments::isolateTemporaryFolder();
         if (!QDir(downloads).exists())
             QSKIP("The official NCVEC documents are not beside the project.");
         const QStringList before = FixtureDocuments::leftoverDocuments();

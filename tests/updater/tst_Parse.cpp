@@ -31,6 +31,7 @@ private:
     }
 
 private slots:
+    void initTestCase() { FixtureDocuments::isolateTemporaryFolder(); }
     void init() { m_before = FD::leftoverDocuments(); }
     void cleanup() { QCOMPARE(FD::leftoverDocuments(), m_before); }
 

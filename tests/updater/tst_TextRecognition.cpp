@@ -53,6 +53,7 @@ class TestTextRecognition : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase() { FixtureDocuments::isolateTemporaryFolder(); }
     void captionsAreRecognised_data()
     {
         QTest::addColumn<QStringList>("captions");
