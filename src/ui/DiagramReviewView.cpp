@@ -133,8 +133,10 @@ DiagramReviewView::DiagramReviewView(Store& store, DiagramReview review, QWidget
     auto* scroll = new QScrollArea(this);
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
+    scroll->viewport()->setAutoFillBackground(false);
     scroll->setFixedHeight(96);
     auto* questionsHolder = new QWidget(scroll);
+    questionsHolder->setAutoFillBackground(false);
     m_questionsLayout = new QVBoxLayout(questionsHolder);
     m_questionsLayout->setContentsMargins(0, 0, 0, 0);
     scroll->setWidget(questionsHolder);
@@ -267,6 +269,7 @@ void DiagramReviewView::showPreview()
     }
     m_questions = lines;
     m_questionsLayout->addWidget(lines);
+    lines->show();
 }
 
 void DiagramReviewView::confirm()

@@ -26,8 +26,9 @@ QPushButton[primary="true"]:hover { background: #0c7577; }
 QPushButton[primary="true"]:disabled { background: #9ccfd0; border-color: #9ccfd0; color: #f4fbfb; }
 QPushButton[destructive="true"] { color: #b3261e; border-color: #e2b4b0; }
 QPushButton[destructive="true"]:hover { background: #fbeceb; border-color: #b3261e; }
-QLineEdit, QComboBox { border: 1px solid #c9d3d6; border-radius: 7px; padding: 5px 8px; background: #ffffff; }
-QLineEdit:focus, QComboBox:focus { border-color: #0f8b8d; }
+QLineEdit { border: 1px solid #c9d3d6; border-radius: 7px; padding: 5px 8px; background: #ffffff; }
+QLineEdit:focus { border-color: #0f8b8d; }
+QScrollArea, QScrollArea > QWidget > QWidget { background: transparent; }
 QProgressBar { border: none; border-radius: 4px; background: #e6ecee; max-height: 8px; }
 QProgressBar::chunk { border-radius: 4px; background: #0f8b8d; }
 )");
