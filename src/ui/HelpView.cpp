@@ -4,6 +4,7 @@
 #include "SectionWidgets.h"
 
 #include <QFile>
+#include <QFrame>
 #include <QLabel>
 #include <QVBoxLayout>
 
@@ -36,6 +37,11 @@ HelpView::HelpView(Store&, QWidget* parent) : QWidget(parent)
     text->setTextFormat(Qt::PlainText);
     text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     text->setAccessibleName(QStringLiteral("User guide"));
-    layout->addWidget(text);
+    QVBoxLayout* cardLayout = nullptr;
+    QFrame* frame = card(this, &cardLayout);
+    cardLayout->setContentsMargins(22, 18, 22, 18);
+    text->setParent(frame);
+    cardLayout->addWidget(text);
+    layout->addWidget(frame);
     layout->addStretch(1);
 }

@@ -365,13 +365,26 @@ private slots:
     void screenshotsOfTheSections()
     {
         fresh(m_recorded);
-        ProgressViewPage progress(*m_store);
         LeaderboardView board(*m_store);
         HistoryView history(*m_store);
         for (const QString& path :
-             {screenshot(progress, QStringLiteral("progress")), screenshot(board, QStringLiteral("top10")),
-              screenshot(history, QStringLiteral("history"))})
+             {screenshot(board, QStringLiteral("top10")), screenshot(history, QStringLiteral("history"))})
             QVERIFY2(!QImage(path).isNull(), qPrintable(path));
+
+        // The progress page over the built-in pools, with their real topic titles.
+        QTemporaryDir dir;
+        Store real(Fixtures::sourcePackPath(), dir.path());
+        real.setClock([this] { return m_clock; });
+        real.addProfile(QStringLiteral("Anna"));
+        const QList<Pool> pools = real.studyPools();
+        const auto technician = std::find_if(pools.cbegin(), pools.cend(), [](const Pool& p) {
+            return p.level == QLatin1StringView("technician") && p.current();
+        });
+        QVERIFY(technician != pools.cend());
+        playSession(real, m_clock, *technician, QStringLiteral("Exam"), QStringLiteral("Anna"), 29, 1530);
+        playSession(real, m_clock, *technician, QStringLiteral("Exam"), QStringLiteral("Anna"), 24, 1710);
+        ProgressViewPage progress(real);
+        QVERIFY(!QImage(screenshot(progress, QStringLiteral("progress"))).isNull());
     }
 };
 
