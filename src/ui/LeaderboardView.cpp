@@ -36,7 +36,6 @@ QFrame* board(const Pool& pool, const QList<Result>& entries, QWidget* parent)
     grid->setColumnMinimumWidth(0, 24);
     grid->setColumnMinimumWidth(1, 180);
     grid->setColumnStretch(4, 1);
-    const QLocale locale = QLocale::system();
     for (int i = 0; i < entries.size(); ++i) {
         const Result& r = entries.at(i);
         const QStringList cells = {
@@ -44,7 +43,7 @@ QFrame* board(const Pool& pool, const QList<Result>& entries, QWidget* parent)
             r.session.name,
             QStringLiteral("%1/%2").arg(r.score()).arg(r.session.questions.size()),
             duration(r.seconds),
-            locale.toString(Dates::toDateTime(r.finished).toLocalTime().date(), QLocale::ShortFormat),
+            abbreviatedDate(Dates::toDateTime(r.finished).toLocalTime().date()),
         };
         static const QStringList roles = {QStringLiteral("rank"), QStringLiteral("name"), QStringLiteral("score"),
                                           QStringLiteral("time"), QStringLiteral("date")};

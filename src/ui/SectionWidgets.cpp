@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QPixmap>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QVBoxLayout>
 
 namespace SectionWidgets {
@@ -112,6 +113,17 @@ void name(QWidget* widget, const QString& objectName, const QString& accessibleN
 {
     widget->setObjectName(objectName);
     widget->setAccessibleName(accessibleName);
+}
+
+QString abbreviatedDate(const QDate& date, const QLocale& locale)
+{
+    // The long format names the weekday and the full month; drop the weekday with the separator that follows it
+    // and shorten the month, which keeps the locale's order of day, month and year.
+    QString format = locale.dateFormat(QLocale::LongFormat);
+    static const QRegularExpression weekday(QStringLiteral("d{4}[,.]?\\s*"));
+    format.remove(weekday);
+    format.replace(QStringLiteral("MMMM"), QStringLiteral("MMM"));
+    return locale.toString(date, format.trimmed());
 }
 
 QIcon personIcon()

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <QColor>
+#include <QDate>
 #include <QIcon>
+#include <QLocale>
 #include <QString>
 
 class QFrame;
@@ -37,6 +39,9 @@ void makePrimary(QPushButton* button);
 void makeDestructive(QPushButton* button);
 // Sets object name and accessible name in one go, so tests and assistive tools find the control.
 void name(QWidget* widget, const QString& objectName, const QString& accessibleName);
+
+// A date with an abbreviated month name and no weekday in the locale's own order ("Nov 22, 2026", "22 Nov 2026").
+QString abbreviatedDate(const QDate& date, const QLocale& locale = QLocale::system());
 
 // An icon from the desktop theme, else a simple person drawn in the accent colour.
 QIcon personIcon();

@@ -77,7 +77,7 @@ Pack reviewPack()
     return pack;
 }
 
-// A pending review of a made-up document: one sheet holding two figures side by side.
+// A pending review of a made-up document: a sheet holding two figures side by side, and a second sheet.
 DiagramReview pendingReview()
 {
     QImage sheet(800, 400, QImage::Format_RGB32);
@@ -91,7 +91,9 @@ DiagramReview pendingReview()
     review.source = QStringLiteral("https://www.ncvec.org/downloads/extra.docx");
     review.level = QStringLiteral("extra");
     review.documentKey = QStringLiteral("abc123");
-    review.images = {png(sheet)};
+    QImage second(400, 400, QImage::Format_RGB32);
+    second.fill(Qt::green);
+    review.images = {png(sheet), png(second)};
     review.labels = {QStringLiteral("E9-1"), QStringLiteral("E9-2")};
     Question q = Fixtures::pool(QStringLiteral("extra"), QStringLiteral("x")).questions.first();
     q.prompt = QStringLiteral("What does Figure E9-2 show?");
@@ -404,6 +406,17 @@ private slots:
         // The sheet is 800 by 400, shown at 660 by 330: the red figure on the left, the blue one on the right.
         auto* canvas = child<ReviewCanvas>(sheet, QStringLiteral("reviewCanvas"));
         auto* use = child<QPushButton>(sheet, QStringLiteral("useSelection"));
+        auto* sheetPicker = child<QComboBox>(sheet, QStringLiteral("sourceSheetPicker"));
+        QCOMPARE(sheetPicker->count(), 2);
+        QCOMPARE(sheetPicker->itemText(1), QStringLiteral("Image 2"));
+        // A selection belongs to its sheet: choosing another sheet clears it.
+        drag(canvas, QPoint(10, 10), QPoint(320, 320));
+        QVERIFY(use->isEnabled());
+        sheetPicker->setCurrentIndex(1);
+        QVERIFY(canvas->selection().isEmpty());
+        QVERIFY(!use->isEnabled());
+        QCOMPARE(canvas->size(), QSize(330, 330));
+        sheetPicker->setCurrentIndex(0);
         drag(canvas, QPoint(10, 10), QPoint(320, 320));
         QTest::mouseClick(use, Qt::LeftButton);
         child<QComboBox>(sheet, QStringLiteral("figurePicker"))->setCurrentIndex(1);

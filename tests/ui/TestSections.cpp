@@ -6,6 +6,7 @@
 #include "ui/LeaderboardView.h"
 #include "ui/ProfilesView.h"
 #include "ui/ProgressViewPage.h"
+#include "ui/SectionWidgets.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -225,6 +226,22 @@ private slots:
             QCOMPARE(text(extra, QStringLiteral("entry1-score")), QStringLiteral("12/50"));
         else
             QCOMPARE(text(extra, QStringLiteral("boardEmpty")), QStringLiteral("No qualifying attempts yet."));
+    }
+
+    void boardDatesAreAbbreviated_data()
+    {
+        QTest::addColumn<QString>("locale");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("en_US") << QStringLiteral("en_US") << QStringLiteral("Nov 22, 2026");
+        QTest::newRow("en_GB") << QStringLiteral("en_GB") << QStringLiteral("22 Nov 2026");
+        QTest::newRow("de_DE") << QStringLiteral("de_DE") << QStringLiteral("22. Nov. 2026");
+    }
+
+    void boardDatesAreAbbreviated()
+    {
+        QFETCH(QString, locale);
+        QFETCH(QString, text);
+        QCOMPARE(SectionWidgets::abbreviatedDate(QDate(2026, 11, 22), QLocale(locale)), text);
     }
 
     void historyListsOwnAttemptsAndOpensTheResult()
