@@ -84,9 +84,9 @@ DiagramReviewView::DiagramReviewView(Store& store, DiagramReview review, QWidget
     name(m_sheet, QStringLiteral("sourceSheetPicker"), QStringLiteral("Source sheet"));
     for (qsizetype i = 0; i < m_review.images.size(); ++i)
         m_sheet->addItem(QStringLiteral("Image ") + QString::number(i + 1));
-    auto* figureLabel = new QLabel(QStringLiteral("Figure"), this);
+    auto* figureLabel = plain(QStringLiteral("Figure"), this);
     figureLabel->setBuddy(m_figure);
-    auto* sheetLabel = new QLabel(QStringLiteral("Source sheet"), this);
+    auto* sheetLabel = plain(QStringLiteral("Source sheet"), this);
     sheetLabel->setBuddy(m_sheet);
     pickers->addWidget(figureLabel);
     pickers->addWidget(m_figure, 1);
@@ -124,7 +124,7 @@ DiagramReviewView::DiagramReviewView(Store& store, DiagramReview review, QWidget
     previewRow->addWidget(m_preview, 0, Qt::AlignTop);
     auto* questionsColumn = new QVBoxLayout;
     questionsColumn->setSpacing(4);
-    m_questionsHeading = new QLabel(this);
+    m_questionsHeading = plain(QString(), this);
     m_questionsHeading->setObjectName(QStringLiteral("questionsHeading"));
     QFont bold = m_questionsHeading->font();
     bold.setBold(true);
@@ -147,7 +147,7 @@ DiagramReviewView::DiagramReviewView(Store& store, DiagramReview review, QWidget
     auto* bottom = new QHBoxLayout;
     auto* cancel = new QPushButton(QStringLiteral("Cancel"), this);
     name(cancel, QStringLiteral("reviewCancel"), QStringLiteral("Cancel"));
-    m_progress = new QLabel(this);
+    m_progress = plain(QString(), this);
     m_progress->setObjectName(QStringLiteral("reviewProgress"));
     m_progress->setProperty("role", QStringLiteral("note"));
     m_confirm = new QPushButton(this);
@@ -229,8 +229,8 @@ void DiagramReviewView::refresh()
     else if (m_review.isDemo.value_or(false))
         m_confirm->setText(QStringLiteral("Finish Test"));
     else
-        m_confirm->setText(QStringLiteral("Confirm Diagrams & Retry Update"));
-    m_confirm->setAccessibleName(m_confirm->text());
+        m_confirm->setText(QStringLiteral("Confirm Diagrams && Retry Update")); // a single "&" would be a mnemonic
+    m_confirm->setAccessibleName(m_confirm->text().replace(QStringLiteral("&&"), QStringLiteral("&")));
     m_confirm->setEnabled(!m_saving && reviewed == m_review.labels.size());
 }
 

@@ -32,7 +32,7 @@ QPushButton* row(const Result& r, QWidget* parent)
     layout->setContentsMargins(14, 10, 14, 10);
     auto* texts = new QVBoxLayout;
     texts->setSpacing(2);
-    auto* title = new QLabel(left, button);
+    auto* title = plain(left, button);
     title->setObjectName(QStringLiteral("historyTitle"));
     QFont bold = title->font();
     bold.setBold(true);
@@ -41,7 +41,7 @@ QPushButton* row(const Result& r, QWidget* parent)
     date->setObjectName(QStringLiteral("historyDate"));
     texts->addWidget(title);
     texts->addWidget(date);
-    auto* score = new QLabel(right, button);
+    auto* score = plain(right, button);
     score->setObjectName(QStringLiteral("historyScore"));
     layout->addLayout(texts, 1);
     layout->addWidget(score);

@@ -48,7 +48,7 @@ QFrame* board(const Pool& pool, const QList<Result>& entries, QWidget* parent)
         static const QStringList roles = {QStringLiteral("rank"), QStringLiteral("name"), QStringLiteral("score"),
                                           QStringLiteral("time"), QStringLiteral("date")};
         for (int c = 0; c < cells.size(); ++c) {
-            auto* cell = new QLabel(cells.at(c), rows);
+            auto* cell = plain(cells.at(c), rows);
             cell->setObjectName(QStringLiteral("entry%1-%2").arg(i + 1).arg(roles.at(c)));
             if (c == 0) {
                 cell->setFixedWidth(24);

@@ -93,7 +93,7 @@ void ProfilesView::redraw()
         rowLayout->setSpacing(8);
         auto* icon = new QLabel(row);
         icon->setPixmap(personIcon().pixmap(20, 20));
-        auto* label = new QLabel(profile.name, row);
+        auto* label = plain(profile.name, row);
         label->setObjectName(QStringLiteral("profileName"));
         label->setFixedWidth(200 - 28);
         auto* button =

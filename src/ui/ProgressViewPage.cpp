@@ -50,12 +50,12 @@ QFrame* poolCard(const PoolProgress& progress, QWidget* parent)
     const QFont mono = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     int row = 0;
     for (const GroupRow& g : progress.rows) {
-        auto* code = new QLabel(g.group, groups);
+        auto* code = plain(g.group, groups);
         code->setObjectName(QStringLiteral("groupCode-") + g.group);
         code->setFont(mono);
-        auto* topic = new QLabel(g.topic, groups);
+        auto* topic = plain(g.topic, groups);
         topic->setObjectName(QStringLiteral("groupTopic-") + g.group);
-        auto* accuracy = new QLabel(g.accuracy, groups);
+        auto* accuracy = plain(g.accuracy, groups);
         accuracy->setObjectName(QStringLiteral("groupAccuracy-") + g.group);
         accuracy->setProperty("role", QStringLiteral("note"));
         accuracy->setAlignment(Qt::AlignRight | Qt::AlignVCenter);

@@ -35,11 +35,18 @@ QProgressBar::chunk { border-radius: 4px; background: #0f8b8d; }
 )");
 }
 
+QLabel* plain(const QString& text, QWidget* parent)
+{
+    auto* l = new QLabel(text, parent);
+    l->setTextFormat(Qt::PlainText);
+    return l;
+}
+
 namespace {
 
 QLabel* label(const QString& text, QWidget* parent, const char* role)
 {
-    auto* l = new QLabel(text, parent);
+    QLabel* l = plain(text, parent);
     l->setWordWrap(true);
     if (role)
         l->setProperty("role", QString::fromLatin1(role));

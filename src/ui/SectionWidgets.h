@@ -22,6 +22,8 @@ inline const QColor teal = QColor(0x0f, 0x8b, 0x8d);
 // Style rules a section screen sets on itself: light cards, teal primary buttons, dimmed notes.
 QString sheet();
 
+// A label whose text is never read as markup: names, prompts and pool texts come from learners and documents.
+QLabel* plain(const QString& text, QWidget* parent);
 // Large bold screen title.
 QLabel* title(const QString& text, QWidget* parent);
 // Bold heading of a card or section.
