@@ -1,10 +1,11 @@
-// Kestovan Aerowen: starts the one store and the main window.
+// Kestovan Aerowen: starts the application object, which creates the one store and the main window.
 #include "store/Settings.h"
 #include "store/Store.h"
-#include "ui/MainWindow.h"
+#include "ui/App.h"
 
 #include <QApplication>
 #include <cstdio>
+#include <memory>
 
 int main(int argc, char* argv[])
 {
@@ -13,15 +14,13 @@ int main(int argc, char* argv[])
     QApplication::setApplicationName(Settings::application);
     QApplication::setApplicationVersion(QStringLiteral("1.0.2"));
 
-    std::unique_ptr<Store> store;
+    std::unique_ptr<AerowenApp> aerowen;
     try {
-        store = std::make_unique<Store>();
+        aerowen = std::make_unique<AerowenApp>(app);
     } catch (const BuiltInPackError& error) {
         std::fprintf(stderr, "kestovan-aerowen: %s\n", error.what());
         return 1;
     }
-
-    MainWindow window(*store);
-    window.show();
+    aerowen->handleTerminationSignals();
     return QApplication::exec();
 }

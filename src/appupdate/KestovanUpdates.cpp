@@ -51,8 +51,15 @@ KestovanUpdates& KestovanUpdates::shared()
     KestovanUpdates*& updates = instance();
     if (!updates) {
         std::unique_ptr<Updater> backend = std::move(pendingBackend());
-        if (!backend)
-            backend = std::make_unique<ReleaseUpdater>();
+        if (!backend) {
+            auto release = std::make_unique<ReleaseUpdater>();
+            // The release updater has no windows of its own; it reports through the front's alert.
+            release->setNotifier([](const QString& title, const QString& text) {
+                if (KestovanUpdates* updates = instance())
+                    updates->alert(title, text);
+            });
+            backend = std::move(release);
+        }
         // Kept for the life of the application; the application object deletes it on the way out.
         updates = new KestovanUpdates(std::move(backend), QCoreApplication::instance());
         QObject::connect(updates, &QObject::destroyed, [] { instance() = nullptr; });
@@ -64,6 +71,12 @@ void KestovanUpdates::setSharedBackend(std::unique_ptr<Updater> updater)
 {
     Q_ASSERT(!instance());
     pendingBackend() = std::move(updater);
+}
+
+void KestovanUpdates::alert(const QString& message, const QString& informative) const
+{
+    if (m_alert)
+        m_alert(message, informative);
 }
 
 void KestovanUpdates::check()
@@ -106,9 +119,8 @@ bool KestovanUpdates::shouldPostponeRelaunch(std::function<void()> install)
     QMetaObject::invokeMethod(
         this,
         [this, text = *reason] {
-            if (m_alert)
-                m_alert(QStringLiteral("Update waiting"),
-                        text + QStringLiteral(" The update will continue when it is safe to restart."));
+            alert(QStringLiteral("Update waiting"),
+                  text + QStringLiteral(" The update will continue when it is safe to restart."));
         },
         Qt::QueuedConnection);
     return true;

@@ -42,6 +42,8 @@ public:
 
     void setBlockedReason(BlockedReason hook) { m_blockedReason = std::move(hook); }
     void setAlert(Alert alert) { m_alert = std::move(alert); }
+    // Shows an alert through the installed alert function (nothing happens before one is installed).
+    void alert(const QString& message, const QString& informative) const;
 
     void check();
     void setAutomaticChecks(bool on);

@@ -54,28 +54,102 @@ void writeFileAtomically(const QString& path, const QByteArray& bytes)
         throw FileError(file.errorString());
 }
 
+namespace {
+
+// Replaces the first occurrence of an empty placeholder such as "pool":{} with the encoded value. A key followed by
+// an unescaped quote cannot occur inside a JSON string, so the first match is the placeholder itself.
+void splice(QByteArray& json, QByteArrayView placeholder, const QByteArray& value)
+{
+    const qsizetype at = json.indexOf(placeholder);
+    Q_ASSERT(at >= 0);
+    // Keep the key and colon, replace the two characters of the empty value.
+    json.replace(at + placeholder.size() - 2, 2, value);
+}
+
+} // namespace
+
+QByteArray ProgressEncoder::encodeDraft(const Session& draft, QHash<QUuid, DraftParts>& kept) const
+{
+    DraftParts parts;
+    const auto cached = m_drafts.constFind(draft.id);
+    // Comparing shared copies is immediate; a pool changed by anything else is simply encoded again.
+    if (cached != m_drafts.constEnd() && cached->pool == draft.pool) {
+        parts.pool = cached->pool;
+        parts.poolBytes = cached->poolBytes;
+    } else {
+        parts.pool = draft.pool;
+        parts.poolBytes = Json::compact(draft.pool.toJson());
+    }
+    if (cached != m_drafts.constEnd() && cached->questions == draft.questions) {
+        parts.questions = cached->questions;
+        parts.questionBytes = cached->questionBytes;
+    } else {
+        QJsonArray list;
+        for (const Question& q : draft.questions)
+            list.append(q.toJson());
+        parts.questions = draft.questions;
+        parts.questionBytes = Json::compact(list);
+    }
+
+    Session light = draft;
+    light.pool = Pool();
+    light.questions.clear();
+    QJsonObject object = light.toJson();
+    object.insert(QStringLiteral("pool"), QJsonObject());
+    QByteArray bytes = Json::compact(object);
+    splice(bytes, "\"pool\":{}", parts.poolBytes);
+    splice(bytes, "\"questions\":[]", parts.questionBytes);
+    kept.insert(draft.id, std::move(parts));
+    return bytes;
+}
+
 QByteArray ProgressEncoder::encode(const Saved& saved)
 {
-    // Everything but the results is small and re-encoded each time; each finished result is encoded once.
-    QHash<QUuid, QByteArray> kept;
-    kept.reserve(saved.results.size());
+    // The profiles, statistics and bookmarks are small and re-encoded each time; finished results are encoded once,
+    // and of each draft only the small changing fields.
+    QHash<QUuid, QByteArray> keptResults;
+    keptResults.reserve(saved.results.size());
     qsizetype resultBytes = 0;
     for (const Result& r : saved.results) {
         auto it = m_results.constFind(r.id);
         QByteArray encoded = it != m_results.constEnd() ? *it : Json::compact(r.toJson());
         resultBytes += encoded.size() + 1;
-        kept.insert(r.id, std::move(encoded));
+        keptResults.insert(r.id, std::move(encoded));
     }
-    m_results = std::move(kept);
+    m_results = std::move(keptResults);
+
+    QHash<QUuid, DraftParts> keptDrafts;
+    QByteArray drafts = "[";
+    for (qsizetype i = 0; i < saved.drafts.size(); ++i) {
+        if (i > 0)
+            drafts.append(',');
+        drafts.append(encodeDraft(saved.drafts.at(i), keptDrafts));
+    }
+    drafts.append(']');
+    m_drafts = std::move(keptDrafts);
+
+    // Equal maps that share their data compare at once; a changed map no longer shares with the kept copy.
+    if (m_statsBytes.isEmpty() || !(m_stats == saved.stats)) {
+        QJsonObject statMap;
+        for (auto it = saved.stats.cbegin(); it != saved.stats.cend(); ++it)
+            statMap.insert(it.key(), it.value().toJson());
+        m_stats = saved.stats;
+        m_statsBytes = Json::compact(statMap);
+    }
 
     Saved rest = saved;
     rest.results.clear();
+    rest.drafts.clear();
+    rest.stats.clear();
     QByteArray head = rest.toBytes();
+    splice(head, "\"stats\":{}", m_statsBytes);
+    splice(head, "\"drafts\":[]", drafts);
     // head ends with the empty results array and the closing brace; splice the cached results in.
     static const QByteArray emptyResults = QByteArrayLiteral("\"results\":[]");
     const qsizetype at = head.indexOf(emptyResults);
     Q_ASSERT(at >= 0);
-    QByteArray out;
+    QByteArray& out = m_out;
+    out.resize(0); // keeps the capacity when the previous bytes were dropped
     out.reserve(head.size() + resultBytes);
     out.append(head.constData(), at + emptyResults.size() - 1);
     for (qsizetype i = 0; i < saved.results.size(); ++i) {

@@ -15,14 +15,31 @@
 class QSettings;
 
 // The progress file's encoder keeps finished results in encoded form: they never change, and re-encoding
-// hundreds of full pool copies on every click would dominate each save.
+// hundreds of full pool copies on every click would dominate each save. Drafts change on every click, but their
+// pool copy and question list do not, so those two parts are kept encoded as well. The returned bytes share the
+// encoder's buffer; drop them before the next call so that the buffer can be reused.
 class ProgressEncoder
 {
 public:
     QByteArray encode(const Saved& saved);
 
 private:
+    struct DraftParts
+    {
+        Pool pool;
+        QByteArray poolBytes;
+        QList<Question> questions;
+        QByteArray questionBytes;
+    };
+    QByteArray encodeDraft(const Session& draft, QHash<QUuid, DraftParts>& kept) const;
+
     QHash<QUuid, QByteArray> m_results;
+    QHash<QUuid, DraftParts> m_drafts;
+    // Statistics change only when an answer is checked or a session finished, not on every click.
+    QMap<QString, Stat> m_stats;
+    QByteArray m_statsBytes;
+    // The output buffer is reused: allocating tens of megabytes afresh for every save costs more than the copy.
+    QByteArray m_out;
 };
 
 class Store : public QObject

@@ -15,8 +15,9 @@ const QStringList placeholderFigures{QStringLiteral("extra-1.jpg"), QStringLiter
 std::optional<QByteArray> strictBase64(const QString& text)
 {
     const auto decoded = QByteArray::fromBase64Encoding(text.toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
-    // The decoder tolerates a missing padding; a stored value must have whole groups of four.
-    if (!decoded || text.size() % 4 != 0 || text.contains(QLatin1Char('?')))
+    // The decoder refuses foreign characters and line breaks but tolerates a missing padding; a stored value must
+    // have whole groups of four.
+    if (!decoded || text.size() % 4 != 0)
         return std::nullopt;
     return decoded.decoded;
 }

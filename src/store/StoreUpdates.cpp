@@ -10,8 +10,11 @@
 #include <QFutureWatcher>
 #include <QLocale>
 #include <QPainter>
-#include <QThread>
+#include <QThreadPool>
 #include <QtConcurrent/QtConcurrentRun>
+
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -43,23 +46,19 @@ QString describeCurrentException()
     }
 }
 
-// Pool checks run at low priority so that reading documents and recognising text never slow the interface.
-class LowPriority
-{
-public:
-    LowPriority() : m_previous(QThread::currentThread()->priority())
-    {
-        QThread::currentThread()->setPriority(QThread::LowPriority);
-    }
-    ~LowPriority()
-    {
-        QThread::currentThread()->setPriority(m_previous == QThread::InheritPriority ? QThread::NormalPriority
-                                                                                     : m_previous);
-    }
+// Pool checks run on their own threads at a lower scheduling priority, so that reading documents and recognising
+// text never slow the interface. On Linux a thread's nice value belongs to that thread alone and cannot be raised
+// back without privileges, which is why these threads do nothing else.
+Q_GLOBAL_STATIC(QThreadPool, checkThreads)
 
-private:
-    QThread::Priority m_previous;
-};
+void lowerPriority()
+{
+    thread_local bool lowered = false;
+    if (lowered)
+        return;
+    lowered = true;
+    setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), 10); // best effort: a failure changes nothing
+}
 
 const QStringList sampleLabels = {QStringLiteral("E6-1"), QStringLiteral("E6-2"), QStringLiteral("E6-3"),
                                   QStringLiteral("E7-1")};
@@ -109,20 +108,21 @@ void Store::checkUpdates()
         emit updateCheckFinished();
     });
     // The worker gets its own copies, so nothing is shared with the main thread while it runs.
-    watcher->setFuture(QtConcurrent::run([refresher, pack = m_pack, corrections = m_diagramCorrections] {
-        const LowPriority lowPriority;
-        CheckOutcome outcome;
-        try {
-            outcome.pack = refresher(pack, corrections);
-        } catch (const OfficialUpdates::ReviewRequest& request) {
-            outcome.review = request.review();
-        } catch (...) {
-            outcome.failure = describeCurrentException();
-            if (outcome.failure.isEmpty())
-                outcome.failure = QStringLiteral("An unknown error occurred.");
-        }
-        return outcome;
-    }));
+    watcher->setFuture(
+        QtConcurrent::run(checkThreads(), [refresher, pack = m_pack, corrections = m_diagramCorrections] {
+            lowerPriority();
+            CheckOutcome outcome;
+            try {
+                outcome.pack = refresher(pack, corrections);
+            } catch (const OfficialUpdates::ReviewRequest& request) {
+                outcome.review = request.review();
+            } catch (...) {
+                outcome.failure = describeCurrentException();
+                if (outcome.failure.isEmpty())
+                    outcome.failure = QStringLiteral("An unknown error occurred.");
+            }
+            return outcome;
+        }));
 }
 
 std::optional<DiagramReview> Store::demoDiagramReview()

@@ -80,6 +80,8 @@ public:
 template <typename Reader> void readXml(const QByteArray& xml, Reader& reader)
 {
     QXmlStreamReader parser(xml);
+    // Names are compared as written, prefix included; a part need not declare the prefixes it uses.
+    parser.setNamespaceProcessing(false);
     while (!parser.atEnd()) {
         switch (parser.readNext()) {
         case QXmlStreamReader::StartElement:

@@ -4,6 +4,7 @@
 
 #include <Config.h>
 
+#include <QHash>
 #include <QRegularExpression>
 #include <QStringDecoder>
 
@@ -209,7 +210,16 @@ QByteArray download(const QUrl& url)
 
 QList<QStringList> matches(const QString& pattern, const QString& text)
 {
-    const QRegularExpression re(pattern, QRegularExpression::UseUnicodePropertiesOption);
+    // The updater runs a handful of fixed patterns thousands of times per document; compiling each once per
+    // thread keeps parse fast without sharing anything between threads.
+    thread_local QHash<QString, QRegularExpression> compiled;
+    auto found = compiled.constFind(pattern);
+    if (found == compiled.cend()) {
+        if (compiled.size() >= 64)
+            compiled.clear();
+        found = compiled.insert(pattern, QRegularExpression(pattern, QRegularExpression::UseUnicodePropertiesOption));
+    }
+    const QRegularExpression& re = found.value();
     QList<QStringList> result;
     if (!re.isValid())
         return result;

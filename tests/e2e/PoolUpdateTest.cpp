@@ -116,6 +116,7 @@ private:
 
     QTemporaryDir m_root;
     QTemporaryDir m_data;
+    QTemporaryDir m_temporary;
     LocalHttpsSite m_site;
     std::unique_ptr<Store> m_store;
     Pack m_installed;
@@ -128,6 +129,9 @@ void PoolUpdateTest::initTestCase()
         QSKIP("the official NCVEC documents are not available");
     if (!LocalHttpsSite::available())
         QSKIP("openssl or python3 is missing");
+    // Documents being parsed live in the temporary folder; a private one keeps them apart from other test programs
+    // that count what is left there.
+    qputenv("TMPDIR", m_temporary.path().toLocal8Bit());
     buildSite();
     QString error;
     QVERIFY2(m_site.start(m_root.path(), QStringLiteral("localhost"), &error), qPrintable(error));

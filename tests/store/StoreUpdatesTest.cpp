@@ -14,6 +14,8 @@
 #include <QThread>
 
 #include <atomic>
+#include <sys/resource.h>
+#include <unistd.h>
 
 using OfficialUpdates::UpdateError;
 
@@ -160,15 +162,22 @@ void StoreUpdatesTest::workerGetsCopiesOfPackAndCorrections()
     });
     std::optional<Pack> seenPack;
     std::optional<Corrections> seenCorrections;
+    QThread* thread = nullptr;
+    int niceness = 0;
     f.store->setRefresher([&](const Pack& pack, const Corrections& corrections) {
         seenPack = pack;
         seenCorrections = corrections;
+        thread = QThread::currentThread();
+        niceness = getpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()));
         return pack;
     });
     f.store->checkUpdates();
     f.waitForCheck();
     QCOMPARE(seenPack, f.store->pack());
     QCOMPARE(seenCorrections, stored);
+    // Off the main thread, and behind the interface in the scheduler's eyes.
+    QVERIFY(thread && thread != QThread::currentThread());
+    QVERIFY(niceness > getpriority(PRIO_PROCESS, static_cast<id_t>(::gettid())));
 }
 
 void StoreUpdatesTest::reviewRequestIsStored()

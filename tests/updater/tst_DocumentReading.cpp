@@ -115,6 +115,9 @@ private slots:
             << body("<w:p/><w:p><w:r><w:t>x</w:t></w:r></w:p><w:p></w:p>") << QStringList{"", "x", ""};
         QTest::newRow("entities and character data")
             << body("<w:p><w:r><w:t>a &amp; b &#8211; <![CDATA[<c>]]></w:t></w:r></w:p>") << QStringList{"a & b – <c>"};
+        QTest::newRow("prefix without a namespace declaration")
+            << QByteArray("<w:document><w:body><w:p><w:r><w:t>undeclared</w:t></w:r></w:p></w:body></w:document>")
+            << QStringList{"undeclared"};
         QTest::newRow("other prefixes are other elements")
             << body("<w:p><w:r><x:t xmlns:x=\"urn:x\">no</x:t><w:t>yes</w:t></w:r></w:p>") << QStringList{"yes"};
     }

@@ -211,6 +211,17 @@ private slots:
         QVERIFY(m_runs.isEmpty());
     }
 
+    void aToolThatCannotStartGivesThePlatformError()
+    {
+        try {
+            runProcess(QStringLiteral("/nonexistent/kestovan-tool"), {}, 10);
+            QFAIL("started");
+        } catch (const ProcessError& error) {
+            QVERIFY(!error.description().isEmpty());
+        }
+        QVERIFY(m_runs.isEmpty());
+    }
+
     void downloadRunsCurlOnTheLocalSite()
     {
         QTemporaryDir site;

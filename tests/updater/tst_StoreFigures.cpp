@@ -130,6 +130,26 @@ private slots:
         QVERIFY(image);
         QCOMPARE(image->size(), size);
     }
+
+    void builtInPackFiguresAllDecode()
+    {
+        QTemporaryDir storage;
+        Store store(Fixtures::sourcePackPath(), storage.path());
+        QCOMPARE(store.message(), QString());
+        int figures = 0;
+        for (const Pool& pool : store.pack().pools) {
+            for (const Question& q : pool.questions) {
+                const std::optional<QString> file = store.diagramFile(q);
+                QCOMPARE(file, q.figure);
+                if (!file)
+                    continue;
+                ++figures;
+                const std::optional<QImage> image = store.image(*file);
+                QVERIFY2(image && image->width() > 100 && image->height() > 100, qPrintable(*file));
+            }
+        }
+        QCOMPARE(figures, 44);
+    }
 };
 
 AEROWEN_TEST_MAIN(TestStoreFigures, QGuiApplication)

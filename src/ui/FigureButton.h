@@ -1,0 +1,28 @@
+// The official figure of a question as a button: the image fitted into its frame on white, rounded.
+#pragma once
+
+#include "CardButton.h"
+
+#include <QImage>
+
+class FigureButton : public CardButton
+{
+    Q_OBJECT
+
+public:
+    // frame is the area the image is fitted into; the button adds the padding around it.
+    FigureButton(const QImage& image, const QSize& frame, int padding, QWidget* parent = nullptr);
+
+    void setImage(const QImage& image);
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+    bool hasHeightForWidth() const override { return false; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QImage m_image;
+    QSize m_frame;
+    int m_padding;
+};

@@ -1,0 +1,145 @@
+// Benchmark: the cost of saving after each answer with a large history, against a plain atomic write of as many bytes.
+//
+// Usage: bench-persist [pack.json] [calls]
+// Builds a progress file with 300 finished exams on the pack's pools, opens a store on it, starts a practice
+// session and times `answer` calls (each one rewrites the whole progress file). Prints the median and worst latency
+// next to the same figures for QSaveFile writes of the same number of bytes, and their ratio.
+#include "model/Dates.h"
+#include "store/Seeded.h"
+#include "store/Store.h"
+#include "support/TestEnvironment.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+constexpr int resultCount = 300;
+
+struct Figures
+{
+    double median = 0;
+    double worst = 0;
+};
+
+Figures figures(QList<double> ms)
+{
+    std::sort(ms.begin(), ms.end());
+    return Figures{ms.at(ms.size() / 2), ms.last()};
+}
+
+QByteArray readAll(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("cannot read %s", qPrintable(path));
+    return file.readAll();
+}
+
+// A finished, fully answered exam of the pool by the learner.
+Result exam(const Pool& pool, const Profile& learner, int n)
+{
+    Session s;
+    s.id = QUuid::createUuid();
+    s.profile = learner.id;
+    s.name = learner.name;
+    s.pool = pool;
+    s.mode = QStringLiteral("Exam");
+    s.questions = examQuestions(pool, QString::number(n));
+    for (qsizetype i = 0; i < s.questions.size(); ++i)
+        s.answers.insert(s.questions.at(i).id, (s.questions.at(i).correct + (i % 5 == 0 ? 1 : 0)) % 4);
+    s.started = Dates::now() - 3600.0 * (resultCount - n);
+    s.elapsed = 1500 + n;
+    Result r;
+    r.id = QUuid::createUuid();
+    r.session = s;
+    r.finished = s.started + s.elapsed;
+    r.seconds = s.elapsed;
+    return r;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    TestEnvironment::prepare();
+    QCoreApplication app(argc, argv);
+    const QStringList args = app.arguments();
+    const QString packPath = args.size() > 1 ? args.at(1) : QStringLiteral(KESTOVAN_SOURCE_DIR "/resources/pools.json");
+    const int calls = args.size() > 2 ? args.at(2).toInt() : 200;
+
+    const Pack pack = Pack::fromBytes(readAll(packPath));
+    QTemporaryDir folder;
+    const QString progressPath = folder.filePath(QStringLiteral("progress.json"));
+
+    Saved saved = Saved::initial();
+    const Profile learner{QUuid::createUuid(), QStringLiteral("Bench"), std::nullopt};
+    saved.profiles.append(learner);
+    saved.selected = learner.id;
+    for (int n = 0; n < resultCount; ++n) {
+        const Result r = exam(pack.pools.at(n % pack.pools.size()), learner, n);
+        for (const Question& q : r.session.questions) {
+            Stat& s = saved.stats[statKey(learner.id, r.session.pool.id, q.id)];
+            ++s.attempts;
+            s.lastCorrect = r.session.answers.value(q.id) == q.correct;
+            s.correct += s.lastCorrect ? 1 : 0;
+        }
+        saved.results.append(r);
+    }
+    writeFileAtomically(progressPath, saved.toBytes());
+    std::printf("progress file: %d results, %.1f MB\n", resultCount, double(QFileInfo(progressPath).size()) / 1e6);
+
+    Store store(packPath, folder.path());
+    if (!store.message().isEmpty())
+        qFatal("store: %s", qPrintable(store.message()));
+    // An open draft of another session makes each save carry a second full pool copy, as in real use.
+    store.begin(pack.pools.last(), QStringLiteral("Study All"), learner.name, true, QString());
+    store.leave();
+    store.begin(pack.pools.first(), QStringLiteral("Study All"), learner.name, true, QString());
+
+    QList<double> answerMs;
+    QElapsedTimer timer;
+    for (int i = 0; i < calls; ++i) {
+        store.move(i);
+        timer.start();
+        store.answer(i % 4);
+        answerMs.append(double(timer.nsecsElapsed()) / 1e6);
+    }
+    if (!store.message().isEmpty())
+        qFatal("store: %s", qPrintable(store.message()));
+
+    const QByteArray bytes = readAll(progressPath);
+    const QString plainPath = folder.filePath(QStringLiteral("plain.json"));
+    QList<double> plainMs;
+    for (int i = 0; i < calls; ++i) {
+        timer.start();
+        QSaveFile file(plainPath);
+        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+            qFatal("plain write failed");
+        plainMs.append(double(timer.nsecsElapsed()) / 1e6);
+    }
+
+    // The encoding alone, with finished results already cached as they are after the first save.
+    ProgressEncoder encoder;
+    encoder.encode(store.saved());
+    QList<double> encodeMs;
+    for (int i = 0; i < std::min(calls, 20); ++i) {
+        timer.start();
+        const QByteArray encoded = encoder.encode(store.saved());
+        encodeMs.append(double(timer.nsecsElapsed()) / 1e6);
+    }
+
+    const Figures a = figures(answerMs), p = figures(plainMs), e = figures(encodeMs);
+    std::printf("saved bytes per call: %.1f MB, %d calls\n", double(bytes.size()) / 1e6, calls);
+    std::printf("answer:         median %8.2f ms   worst %8.2f ms\n", a.median, a.worst);
+    std::printf("plain QSaveFile: median %8.2f ms   worst %8.2f ms\n", p.median, p.worst);
+    std::printf("encoding alone:  median %8.2f ms   worst %8.2f ms\n", e.median, e.worst);
+    std::printf("ratio (median):  %.2f\n", a.median / p.median);
+    return 0;
+}

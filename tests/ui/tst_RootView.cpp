@@ -1,0 +1,219 @@
+// The shell: sections and their icons, the body rule, the profile picker, the release banner, the status alert
+// and the order of the background checks.
+#include "UiHarness.h"
+#include "support/TestEnvironment.h"
+#include "ui/ExamView.h"
+
+#include <QAbstractButton>
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QLabel>
+#include <QMenuBar>
+#include <QMutex>
+#include <QPushButton>
+#include <QTest>
+#include <QThread>
+
+class RootViewTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { installFakeUpdater(); }
+
+    void sectionsHaveTheirIconsAndScreens_data()
+    {
+        QTest::addColumn<QString>("tab");
+        QTest::addColumn<QString>("icon");
+        QTest::addColumn<QString>("page");
+        QTest::newRow("Learn") << "Learn"
+                               << "book"
+                               << "Learn";
+        QTest::newRow("Progress") << "Progress"
+                                  << "chart.bar"
+                                  << "Progress";
+        QTest::newRow("Top 10") << "Top 10"
+                                << "trophy"
+                                << "Top10";
+        QTest::newRow("History") << "History"
+                                 << "clock"
+                                 << "History";
+        QTest::newRow("Profiles") << "Profiles"
+                                  << "person.2"
+                                  << "Profiles";
+        QTest::newRow("Updates") << "Updates"
+                                 << "arrow.down.circle"
+                                 << "Updates";
+        QTest::newRow("Help") << "Help"
+                              << "questionmark.circle"
+                              << "Help";
+        QTest::newRow("unknown") << "Settings"
+                                 << "book"
+                                 << "Learn";
+        QTest::newRow("case differs") << "help"
+                                      << "book"
+                                      << "Learn";
+    }
+
+    void sectionsHaveTheirIconsAndScreens()
+    {
+        QFETCH(QString, tab);
+        QFETCH(QString, icon);
+        QFETCH(QString, page);
+        QCOMPARE(RootView::iconName(tab), icon);
+        Harness h;
+        h.root().setTab(tab);
+        QCOMPARE(h.root().tab(), tab);
+        QVERIFY(h.visible<QWidget>(QStringLiteral("sectionArea-") + page));
+        QVERIFY(h.root().currentSection());
+        if (page == QLatin1StringView("Learn"))
+            QCOMPARE(h.root().currentSection()->metaObject()->className(), "LearnView");
+        auto* button = h.find<QAbstractButton>(QStringLiteral("section-") + page);
+        QVERIFY(button->isChecked());
+    }
+
+    void sidebarButtonsSelectTheirSection()
+    {
+        Harness h;
+        QCOMPARE(RootView::sections(),
+                 QStringList({"Learn", "Progress", "Top 10", "History", "Profiles", "Updates", "Help"}));
+        QCOMPARE(h.find<QWidget>(QStringLiteral("sidebar"))->width(), 190);
+        h.click(QStringLiteral("section-Top10"));
+        QCOMPARE(h.root().tab(), QStringLiteral("Top 10"));
+        QVERIFY(!h.find<QAbstractButton>(QStringLiteral("section-Learn"))->isChecked());
+        h.click(QStringLiteral("section-Learn"));
+        QCOMPARE(h.root().tab(), QStringLiteral("Learn"));
+    }
+
+    void windowIsTheOneMainWindow()
+    {
+        Harness h;
+        QCOMPARE(h.root().objectName(), QStringLiteral("main"));
+        QCOMPARE(h.root().windowTitle(), QStringLiteral("Kestovan Aerowen"));
+        QCOMPARE(h.root().minimumSize(), QSize(900, 670));
+        QMenu* menu = h.root().menuBar()->findChild<QMenu*>(QStringLiteral("applicationMenu"));
+        QVERIFY(menu);
+        QCOMPARE(menu->title(), QStringLiteral("Kestovan Aerowen"));
+        QStringList items;
+        for (QAction* action : menu->actions()) {
+            if (!action->isSeparator())
+                items.append(action->text());
+        }
+        QCOMPARE(items, QStringList({"About Kestovan Aerowen", "Check for Updates…", "Check for Updates Automatically",
+                                     "Check Question Pool Updates", "Quit"}));
+        QCOMPARE(menu->actions().last()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
+    }
+
+    void sessionReplacesTheSectionsAndLocksThePicker()
+    {
+        Harness h;
+        h.store().setReleaseFetcher([] {
+            AppRelease release;
+            release.version = QStringLiteral("9.1");
+            release.build = 900;
+            release.url = QUrl(QStringLiteral("https://kestovan.invalid/aerowen-9.1"));
+            return release;
+        });
+        h.store().checkApplicationUpdates();
+        QTRY_VERIFY(h.store().availableRelease());
+        QVERIFY(h.visible<QWidget>(QStringLiteral("releaseBanner")));
+        QCOMPARE(h.visible<QLabel>(QStringLiteral("releaseText"))->text(), QStringLiteral("Aerowen 9.1 is available."));
+
+        auto* picker = h.find<QComboBox>(QStringLiteral("profilePicker"));
+        QVERIFY(picker->isEnabled());
+        const Pool pool = h.store().studyPools().first();
+        h.store().begin(pool, QStringLiteral("Exam"), QStringLiteral("Guest"), true, QString());
+        Harness::settle();
+        QVERIFY(!picker->isEnabled());
+        QVERIFY(!h.visible<QWidget>(QStringLiteral("sidebar")));
+        QVERIFY(h.visible<QWidget>(QStringLiteral("releaseBanner")));
+
+        // With a result set as well, the question screen stays.
+        Result other;
+        other.id = QUuid::createUuid();
+        other.session = *h.store().session();
+        h.store().setResult(other);
+        Harness::settle();
+        QCOMPARE(h.root().currentBody()->objectName(), QStringLiteral("examView"));
+        QVERIFY(!picker->isEnabled());
+        h.store().leave();
+        Harness::settle();
+        QCOMPARE(h.root().currentBody()->objectName(), QStringLiteral("resultView"));
+        QVERIFY(!picker->isEnabled());
+        h.store().setResult(std::nullopt);
+        Harness::settle();
+        QCOMPARE(h.root().currentBody()->objectName(), QStringLiteral("sectionsPage"));
+        QVERIFY(picker->isEnabled());
+    }
+
+    void profilePickerListsAndSelects()
+    {
+        Harness h;
+        h.store().addProfile(QStringLiteral("Ada"));
+        h.store().addProfile(QStringLiteral("Brian"));
+        auto* picker = h.find<QComboBox>(QStringLiteral("profilePicker"));
+        QCOMPARE(picker->count(), h.store().saved().profiles.size());
+        QCOMPARE(picker->currentText(), QStringLiteral("Brian"));
+        QCOMPARE(picker->width(), 210);
+        const int ada = picker->findText(QStringLiteral("Ada"));
+        picker->setCurrentIndex(ada);
+        emit picker->activated(ada);
+        QCOMPARE(h.store().profile().name, QStringLiteral("Ada"));
+    }
+
+    void statusMessageShowsUntilOK()
+    {
+        Harness h;
+        QVERIFY(!h.openBox(QStringLiteral("statusAlert")));
+        h.store().setMessage(QStringLiteral("Progress could not be saved: disk full"));
+        Harness::settle();
+        QMessageBox* alert = h.openBox(QStringLiteral("statusAlert"));
+        QVERIFY(alert);
+        QCOMPARE(alert->windowTitle(), QStringLiteral("Kestovan Aerowen"));
+        QCOMPARE(alert->text(), QStringLiteral("Progress could not be saved: disk full"));
+        QCOMPARE(alert->buttons().size(), 1);
+        QVERIFY(h.answerBox(QStringLiteral("OK"), QStringLiteral("statusAlert")));
+        QCOMPARE(h.store().message(), QString());
+        QVERIFY(!h.openBox(QStringLiteral("statusAlert")));
+        // Clearing the message from elsewhere hides an open alert too.
+        h.store().setMessage(QStringLiteral("Second"));
+        Harness::settle();
+        QVERIFY(h.openBox(QStringLiteral("statusAlert")));
+        h.store().setMessage(QString());
+        Harness::settle();
+        QVERIFY(!h.openBox(QStringLiteral("statusAlert")));
+    }
+
+    void releaseCheckWaitsForThePoolCheck()
+    {
+        Harness h;
+        QMutex lock;
+        QStringList order;
+        h.store().setRefresher([&](const Pack& pack, const Corrections&) {
+            QThread::msleep(150);
+            const QMutexLocker locker(&lock);
+            order.append(QStringLiteral("pools"));
+            return pack;
+        });
+        h.store().setReleaseFetcher([&] {
+            const QMutexLocker locker(&lock);
+            order.append(QStringLiteral("release"));
+            return AppRelease{QStringLiteral("1.0.2"), 9, QUrl(QStringLiteral("https://kestovan.invalid/"))};
+        });
+        h.root().runChecks();
+        QTRY_COMPARE(order, QStringList({"pools", "release"}));
+        QTRY_VERIFY(!h.store().checkingApp());
+        // A second run while a pool check is still going waits for that check too, and never starts the release
+        // check before it.
+        order.clear();
+        h.root().runChecks();
+        h.root().runChecks();
+        QVERIFY(h.store().checking());
+        QTRY_COMPARE(order, QStringList({"pools", "release"}));
+        QTRY_VERIFY(!h.store().checkingApp());
+    }
+};
+
+AEROWEN_TEST_MAIN(RootViewTest, QApplication)
+#include "tst_RootView.moc"

@@ -1,0 +1,98 @@
+// Renders every screen to PNG files in the build tree so that their look can be checked by eye.
+#include "UiHarness.h"
+#include "support/TestEnvironment.h"
+#include "ui/DiagramView.h"
+#include "ui/ExamView.h"
+#include "ui/Theme.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDir>
+#include <QTest>
+
+class ScreenshotsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        installFakeUpdater();
+        Theme::apply(*qApp);
+        QDir().mkpath(folder());
+    }
+
+    void rendersEveryScreen()
+    {
+        Harness h;
+        // A second learner and a saved session make the Learn screen show all of its parts.
+        h.store().addProfile(QStringLiteral("Ada"));
+        const Pool pool = h.store().studyPools().first();
+        h.store().begin(pool, QStringLiteral("Weak Topics"), QStringLiteral("Ada"), true, QString());
+        h.store().answer(1);
+        h.now += 312;
+        h.store().leave();
+        Harness::settle();
+        save(h.root(), QStringLiteral("learn.png"));
+
+        // A question with an official figure, answered.
+        QList<Question> figured;
+        for (const Question& q : pool.questions) {
+            if (h.store().diagramFile(q) && figured.size() < 3)
+                figured.append(q);
+        }
+        QVERIFY(!figured.isEmpty());
+        h.store().begin(pool, QStringLiteral("Study All"), QStringLiteral("Ada"), false, QString(), figured);
+        h.store().answer(figured.first().correct);
+        h.now += 95;
+        h.root().resize(1200, 1180);
+        Harness::settle();
+        QTest::qWait(1100);
+        save(h.root(), QStringLiteral("question.png"));
+        h.store().reveal();
+        Harness::settle();
+        save(h.root(), QStringLiteral("question-revealed.png"));
+
+        h.click(QStringLiteral("figure"));
+        auto* viewer = h.root().findChild<DiagramView*>(QStringLiteral("diagramView"));
+        QVERIFY(viewer);
+        QTRY_VERIFY(viewer->isVisible());
+        QVERIFY(!h.root().findChild<ExamView*>()->enlarged()->isEmpty());
+        save(*viewer, QStringLiteral("diagram.png"));
+        viewer->setZoom(2.0);
+        QCOMPARE(viewer->zoom(), 2.0);
+        viewer->findChild<QAbstractButton*>(QStringLiteral("diagramDone"))->click();
+        Harness::settle();
+        QVERIFY(!h.root().findChild<ExamView*>()->enlarged());
+        h.store().leave();
+        Harness::settle();
+
+        // A finished exam with a few answers.
+        h.root().resize(1200, 860);
+        h.store().begin(pool, QStringLiteral("Exam"), QStringLiteral("Ada"), true, QString());
+        const Session exam = *h.store().session();
+        for (qsizetype i = 0; i < exam.questions.size(); ++i) {
+            h.store().move(i);
+            h.store().answer(i % 5 == 0 ? (exam.questions[i].correct + 1) % 4 : exam.questions[i].correct);
+        }
+        h.now += 1520;
+        h.store().finish();
+        Harness::settle();
+        save(h.root(), QStringLiteral("result.png"));
+    }
+
+private:
+    static QString folder() { return QStringLiteral(KESTOVAN_BUILD_DIR) + QStringLiteral("/screenshots"); }
+
+    static void save(QWidget& widget, const QString& name)
+    {
+        Harness::settle();
+        QTest::qWait(20);
+        const QPixmap shot = widget.grab();
+        QVERIFY(!shot.isNull());
+        QVERIFY(shot.save(folder() + QLatin1Char('/') + name));
+    }
+};
+
+AEROWEN_TEST_MAIN(ScreenshotsTest, QApplication)
+#include "tst_Screenshots.moc"
