@@ -3,6 +3,7 @@
 
 #include "ReviewCanvas.h"
 #include "SectionWidgets.h"
+#include "Theme.h"
 #include "store/Store.h"
 
 #include <QBuffer>
@@ -229,8 +230,8 @@ void DiagramReviewView::refresh()
     else if (m_review.isDemo.value_or(false))
         m_confirm->setText(QStringLiteral("Finish Test"));
     else
-        m_confirm->setText(QStringLiteral("Confirm Diagrams && Retry Update")); // a single "&" would be a mnemonic
-    m_confirm->setAccessibleName(m_confirm->text().replace(QStringLiteral("&&"), QStringLiteral("&")));
+        m_confirm->setText(Theme::buttonText(QStringLiteral("Confirm Diagrams & Retry Update")));
+    m_confirm->setAccessibleName(Theme::shownText(m_confirm->text()));
     m_confirm->setEnabled(!m_saving && reviewed == m_review.labels.size());
 }
 

@@ -1,6 +1,7 @@
 // The "Profiles" section.
 #include "ProfilesView.h"
 
+#include "Confirm.h"
 #include "SectionWidgets.h"
 #include "store/Store.h"
 
@@ -33,6 +34,7 @@ ProfilesView::ProfilesView(Store& store, QWidget* parent) : SectionView(parent),
     m_add = new QPushButton(QStringLiteral("Add Profile"), this);
     name(m_add, QStringLiteral("addProfile"), QStringLiteral("Add Profile"));
     m_add->setFixedWidth(100);
+    m_add->setProperty("compact", true);
     m_add->setEnabled(false);
     makePrimary(m_add);
     addRow->addWidget(m_name);
@@ -100,6 +102,7 @@ void ProfilesView::redraw()
             new QPushButton(profile.id == current ? QStringLiteral("Selected") : QStringLiteral("Select"), row);
         name(button, QStringLiteral("selectProfile"), button->text() + QStringLiteral(" ") + profile.name);
         button->setFixedWidth(100);
+        button->setProperty("compact", true);
         if (profile.id == current)
             makePrimary(button);
         const QUuid id = profile.id;
@@ -117,27 +120,15 @@ void ProfilesView::confirmReset()
 {
     if (m_confirmation)
         return;
-    // Non-blocking, so the question is a window of its own that tests and assistive tools can answer.
-    m_confirmation = new QMessageBox(this);
-    m_confirmation->setObjectName(QStringLiteral("clearAllConfirmation"));
-    m_confirmation->setIcon(QMessageBox::Warning);
-    m_confirmation->setWindowTitle(QStringLiteral("Clear All Data for Everyone?"));
-    m_confirmation->setText(QStringLiteral("Clear All Data for Everyone?"));
-    m_confirmation->setInformativeText(QStringLiteral(
-        "This permanently removes every learner profile, score, saved session, bookmark and progress "
-        "record on this computer, including recovery copies. It resets text size and starts again with "
-        "Guest. Question pools and any reports you exported elsewhere are kept. This cannot be undone."));
-    QPushButton* cancel = m_confirmation->addButton(QStringLiteral("Cancel"), QMessageBox::RejectRole);
-    cancel->setObjectName(QStringLiteral("cancelClearAll"));
-    QPushButton* clear = m_confirmation->addButton(QStringLiteral("Clear All Data"), QMessageBox::DestructiveRole);
-    clear->setObjectName(QStringLiteral("confirmClearAll"));
-    m_confirmation->setDefaultButton(cancel);
-    m_confirmation->setAttribute(Qt::WA_DeleteOnClose);
-    connect(m_confirmation, &QMessageBox::finished, this, [this, clear] {
-        const bool confirmed = m_confirmation->clickedButton() == clear;
-        m_confirmation = nullptr;
-        if (confirmed)
-            m_store.clearAllData();
-    });
-    m_confirmation->open();
+    Confirm::Request request;
+    request.title = QStringLiteral("Clear All Data for Everyone?");
+    request.message =
+        QStringLiteral("This permanently removes every learner profile, score, saved session, bookmark and progress "
+                       "record on this computer, including recovery copies. It resets text size and starts again with "
+                       "Guest. Question pools and any reports you exported elsewhere are kept. This cannot be undone.");
+    request.cancelText = QStringLiteral("Cancel");
+    request.actionText = QStringLiteral("Clear All Data");
+    request.actionRole = QMessageBox::DestructiveRole;
+    m_confirmation = Confirm::open(
+        this, request, [this] { m_store.clearAllData(); }, [this] { m_confirmation = nullptr; });
 }

@@ -1,6 +1,8 @@
 // Shared building blocks of the section screens.
 #include "SectionWidgets.h"
 
+#include "Theme.h"
+
 #include <QFrame>
 #include <QLabel>
 #include <QPainter>
@@ -13,25 +15,15 @@ namespace SectionWidgets {
 
 QString sheet()
 {
+    // The application's theme styles buttons, fields, cards and progress bars; these rules add what the sections
+    // need on top of it.
     return QStringLiteral(R"(
-QFrame[card="true"] { background: #ffffff; border: 1px solid #dde4e6; border-radius: 10px; }
 QFrame[card="true"] QLabel { border: none; background: transparent; }
 QLabel[role="note"] { color: #5b6770; }
 QLabel[role="caption"] { color: #6b7780; }
-QPushButton { background: #ffffff; border: 1px solid #c9d3d6; border-radius: 7px; padding: 6px 10px; color: #1d2a30; }
-QPushButton:hover { border-color: #0f8b8d; }
-QPushButton:pressed { background: #e3f1f1; }
-QPushButton:disabled { color: #9aa5aa; background: #f3f5f6; border-color: #dde4e6; }
-QPushButton[primary="true"] { background: #0f8b8d; border-color: #0f8b8d; color: #ffffff; font-weight: 600; }
-QPushButton[primary="true"]:hover { background: #0c7577; }
-QPushButton[primary="true"]:disabled { background: #9ccfd0; border-color: #9ccfd0; color: #f4fbfb; }
-QPushButton[destructive="true"] { color: #b3261e; border-color: #e2b4b0; }
+QPushButton[compact="true"] { padding-left: 4px; padding-right: 4px; }
+QPushButton[destructive="true"] { border-color: #e2b4b0; }
 QPushButton[destructive="true"]:hover { background: #fbeceb; border-color: #b3261e; }
-QLineEdit { border: 1px solid #c9d3d6; border-radius: 7px; padding: 5px 8px; background: #ffffff; }
-QLineEdit:focus { border-color: #0f8b8d; }
-QScrollArea, QScrollArea > QWidget > QWidget { background: transparent; }
-QProgressBar { border: none; border-radius: 4px; background: #e6ecee; max-height: 8px; }
-QProgressBar::chunk { border-radius: 4px; background: #0f8b8d; }
 )");
 }
 
@@ -108,7 +100,7 @@ QFrame* card(QWidget* parent, QVBoxLayout** layout)
 
 void makePrimary(QPushButton* button)
 {
-    button->setProperty("primary", true);
+    Theme::prominent(button);
 }
 
 void makeDestructive(QPushButton* button)

@@ -19,7 +19,7 @@ namespace SectionWidgets {
 // The accent colour of the application.
 inline const QColor teal = QColor(0x0f, 0x8b, 0x8d);
 
-// Style rules a section screen sets on itself: light cards, teal primary buttons, dimmed notes.
+// Style rules a section screen adds to the application's theme: dimmed notes and captions, destructive buttons.
 QString sheet();
 
 // A label whose text is never read as markup: names, prompts and pool texts come from learners and documents.

@@ -4,6 +4,7 @@
 #include "support/TestEnvironment.h"
 #include "ui/DiagramReviewView.h"
 #include "ui/ReviewCanvas.h"
+#include "ui/Theme.h"
 #include "ui/UpdatesView.h"
 #include "updater/OfficialUpdates.h"
 
@@ -18,7 +19,6 @@
 #include <QPushButton>
 #include <QSemaphore>
 #include <QSignalSpy>
-#include <QStyleFactory>
 
 using namespace SectionTest;
 
@@ -148,7 +148,7 @@ private:
 private slots:
     void initTestCase()
     {
-        QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+        Theme::apply(*qApp);
         auto updater = std::make_unique<FakeUpdater>();
         fakeUpdater = updater.get();
         KestovanUpdates::setSharedBackend(std::move(updater));

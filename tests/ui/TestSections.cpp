@@ -7,6 +7,7 @@
 #include "ui/ProfilesView.h"
 #include "ui/ProgressViewPage.h"
 #include "ui/SectionWidgets.h"
+#include "ui/Theme.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -14,7 +15,6 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QStyleFactory>
 
 using namespace SectionTest;
 
@@ -65,7 +65,7 @@ private:
 private slots:
     void initTestCase()
     {
-        QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+        Theme::apply(*qApp);
         fresh();
         m_store->addProfile(QStringLiteral("Anna"));
         playSession(*m_store, m_clock, m_tech, QStringLiteral("Exam"), QStringLiteral("Anna"), 30, 1200);
@@ -340,18 +340,23 @@ private slots:
         QMessageBox* box = view.confirmation();
         QVERIFY(box);
         QCOMPARE(box->windowTitle(), QStringLiteral("Clear All Data for Everyone?"));
-        QVERIFY(
-            box->informativeText().contains(QStringLiteral("progress record on this computer, including recovery")));
-        QCOMPARE(box->buttonRole(box->findChild<QPushButton*>(QStringLiteral("confirmClearAll"))),
+        QCOMPARE(box->informativeText(),
+                 QStringLiteral("This permanently removes every learner profile, score, saved session, bookmark and "
+                                "progress record on this computer, including recovery copies. It resets text size and "
+                                "starts again with Guest. Question pools and any reports you exported elsewhere are "
+                                "kept. This cannot be undone."));
+        QCOMPARE(box->findChild<QPushButton*>(QStringLiteral("confirmationAction"))->accessibleName(),
+                 QStringLiteral("Clear All Data"));
+        QCOMPARE(box->buttonRole(box->findChild<QPushButton*>(QStringLiteral("confirmationAction"))),
                  QMessageBox::DestructiveRole);
-        QTest::mouseClick(box->findChild<QPushButton*>(QStringLiteral("cancelClearAll")), Qt::LeftButton);
+        QTest::mouseClick(box->findChild<QPushButton*>(QStringLiteral("confirmationCancel")), Qt::LeftButton);
         QVERIFY(!view.confirmation());
         QCOMPARE(m_store->saved().profiles.size(), 2);
 
         QTest::mouseClick(clear, Qt::LeftButton);
         box = view.confirmation();
         QVERIFY(box);
-        QTest::mouseClick(box->findChild<QPushButton*>(QStringLiteral("confirmClearAll")), Qt::LeftButton);
+        QTest::mouseClick(box->findChild<QPushButton*>(QStringLiteral("confirmationAction")), Qt::LeftButton);
         QCOMPARE(m_store->message(), QString());
         QCOMPARE(m_store->saved().profiles.size(), 1);
         QCOMPARE(m_store->profile().name, QStringLiteral("Guest"));
