@@ -401,12 +401,14 @@ void RootView::refreshBody()
         // The exam screen may be the sender of this change (Leave, Submit): remove it once its handler returns.
         m_body->removeWidget(m_exam);
         m_exam->deleteLater();
+        m_exam = nullptr;
     }
 
     if (!m_store.session() && m_store.result()) {
         if (m_resultView && m_resultView->result().id != m_store.result()->id) {
             m_body->removeWidget(m_resultView);
             m_resultView->deleteLater();
+            m_resultView = nullptr;
         }
         if (!m_resultView) {
             m_resultView = new ResultView(m_store, *m_store.result(), m_body);
@@ -416,6 +418,7 @@ void RootView::refreshBody()
     } else if (m_resultView && !m_store.result()) {
         m_body->removeWidget(m_resultView);
         m_resultView->deleteLater();
+        m_resultView = nullptr;
     }
 
     if (!m_store.session() && !m_store.result())

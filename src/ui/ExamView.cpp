@@ -304,16 +304,18 @@ void ExamView::refresh()
     m_prompt->setFont(promptFont);
     m_prompt->setText(q.prompt);
 
-    std::optional<QImage> image;
-    const std::optional<QString> file = m_store.diagramFile(q);
-    if (file)
-        image = m_store.image(*file);
-    m_figureFile = image ? *file : QString();
-    m_figure->setVisible(image.has_value());
-    m_figureCaption->setVisible(image.has_value());
-    if (image) {
-        m_figure->setImage(*image);
-        m_figure->setAccessibleName(QStringLiteral("Enlarge official diagram for ") + q.id);
+    // Figures are decoded (PDF ones rendered) only when another question comes up, not on every answer.
+    if (m_figureQuestion != q.id) {
+        m_figureQuestion = q.id;
+        std::optional<QImage> image;
+        const std::optional<QString> file = m_store.diagramFile(q);
+        if (file)
+            image = m_store.image(*file);
+        m_figureFile = image ? *file : QString();
+        m_figure->setVisible(image.has_value());
+        m_figureCaption->setVisible(image.has_value());
+        m_figure->setImage(image.value_or(QImage()));
+        m_figure->setAccessibleName(image ? QStringLiteral("Enlarge official diagram for ") + q.id : QString());
     }
 
     refreshAnswers(q, revealed, recorded);

@@ -65,6 +65,7 @@ private:
     FigureButton* m_figure = nullptr;
     QLabel* m_figureCaption = nullptr;
     QString m_figureFile;
+    QString m_figureQuestion;
     QWidget* m_answerBox = nullptr;
     QList<CardButton*> m_answers;
     QList<QShortcut*> m_keys;

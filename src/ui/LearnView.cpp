@@ -22,6 +22,8 @@ namespace {
 QLabel* label(const QString& text, QWidget* parent, const QString& objectName = QString())
 {
     auto* l = new QLabel(text, parent);
+    // Pool and learner names are shown as written, never read as markup.
+    l->setTextFormat(Qt::PlainText);
     l->setWordWrap(true);
     if (!objectName.isEmpty())
         l->setObjectName(objectName);
@@ -334,6 +336,14 @@ std::optional<Pool> LearnView::pool() const
     return std::nullopt;
 }
 
+void LearnView::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    // Coming back to the screen starts again from the current learner's name.
+    takeProfileName();
+    refresh();
+}
+
 void LearnView::takeProfileName()
 {
     const Profile profile = m_store.profile();
@@ -388,6 +398,7 @@ void LearnView::refreshCards()
         valid->setFont(Theme::captionFont(valid, -2));
         Theme::secondary(valid);
         for (QLabel* l : {name, count, exam, valid}) {
+            l->setTextFormat(Qt::PlainText);
             l->setAttribute(Qt::WA_TransparentForMouseEvents);
             inner->addWidget(l);
         }
@@ -485,6 +496,7 @@ void LearnView::refreshSessions()
         auto* texts = new QVBoxLayout();
         texts->setSpacing(2);
         auto* title = new QLabel(session.pool.name + QStringLiteral(" · ") + session.mode, row);
+        title->setTextFormat(Qt::PlainText);
         title->setFont(Theme::titleFont(title, title->font().pointSizeF(), true));
         auto* detail = caption(QString::number(session.answers.size()) + QStringLiteral("/") +
                                    QString::number(session.questions.size()) + QStringLiteral(" answered · ") +

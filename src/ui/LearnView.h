@@ -44,6 +44,9 @@ public:
 
     void start();
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     void buildSetUp(QVBoxLayout* layout);
     void refresh();

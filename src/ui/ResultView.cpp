@@ -206,6 +206,7 @@ QWidget* ResultView::buildHeader()
     auto* detail =
         new QLabel(QStringLiteral("Pool ") + m_result.session.pool.id + QStringLiteral(" · ") + finished, header);
     detail->setObjectName(QStringLiteral("resultDetail"));
+    detail->setTextFormat(Qt::PlainText);
     detail->setFont(Theme::captionFont(detail));
     Theme::secondary(detail);
     titles->addWidget(heading);

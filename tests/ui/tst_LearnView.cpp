@@ -170,6 +170,11 @@ private slots:
         // Selecting from the header picker puts that learner's name in the field too.
         h.store().select(h.store().saved().profiles.last().id);
         QCOMPARE(h.visible<QLineEdit>(QStringLiteral("profileName"))->text(), QStringLiteral("Ada"));
+        // Leaving the screen drops a name typed but not used.
+        type(h, QStringLiteral("Unsaved"));
+        h.root().setTab(QStringLiteral("Help"));
+        learn(h);
+        QCOMPARE(h.visible<QLineEdit>(QStringLiteral("profileName"))->text(), QStringLiteral("Ada"));
         type(h, QStringLiteral("Ada Lovelace"));
         h.click(QStringLiteral("saveProfile"));
         QCOMPARE(h.store().profile().name, QStringLiteral("Ada Lovelace"));

@@ -147,6 +147,32 @@ private slots:
         QVERIFY(picker->isEnabled());
     }
 
+    void screensFollowChangesMadeInOneTurn()
+    {
+        Harness h;
+        const Pool pool = h.store().studyPools().first();
+        const QList<Question> three = pool.questions.mid(0, 3);
+        h.store().begin(pool, QStringLiteral("Study All"), QStringLiteral("Ada"), false, QString(), three);
+        Harness::settle();
+        // Leaving and starting again before the event loop runs must still end on a live question screen.
+        h.store().leave();
+        h.store().begin(pool, QStringLiteral("Study All"), QStringLiteral("Ada"), false, QString(), three);
+        Harness::settle();
+        QVERIFY(h.root().currentBody());
+        QCOMPARE(h.root().currentBody()->objectName(), QStringLiteral("examView"));
+        QVERIFY(h.root().currentBody()->isVisible());
+        h.store().finish();
+        const QUuid first = h.store().result()->id;
+        Harness::settle();
+        h.store().setResult(std::nullopt);
+        h.store().begin(pool, QStringLiteral("Study All"), QStringLiteral("Ada"), false, QString(), three);
+        h.store().finish();
+        QVERIFY(h.store().result()->id != first);
+        Harness::settle();
+        QCOMPARE(h.root().currentBody()->objectName(), QStringLiteral("resultView"));
+        QVERIFY(h.root().currentBody()->isVisible());
+    }
+
     void profilePickerListsAndSelects()
     {
         Harness h;
@@ -183,6 +209,37 @@ private slots:
         h.store().setMessage(QString());
         Harness::settle();
         QVERIFY(!h.openBox(QStringLiteral("statusAlert")));
+    }
+
+    void failedExportIsReportedInTheAlert_data()
+    {
+        QTest::addColumn<bool>("cancel");
+        QTest::newRow("cancelled panel says nothing") << true;
+        QTest::newRow("unwritable place is reported") << false;
+    }
+
+    void failedExportIsReportedInTheAlert()
+    {
+        QFETCH(bool, cancel);
+        Harness h;
+        const Pool pool = h.store().studyPools().first();
+        h.store().begin(pool, QStringLiteral("Study All"), QStringLiteral("Ada"), false, QString(),
+                        pool.questions.mid(0, 2));
+        h.store().finish();
+        Harness::settle();
+        h.store().setSavePanel([&](const QString&) -> std::optional<QString> {
+            if (cancel)
+                return std::nullopt;
+            return h.folder() + QStringLiteral("/missing/folder/Aerowen-Result.txt");
+        });
+        h.click(QStringLiteral("exportResult"));
+        QCOMPARE(h.openBox(QStringLiteral("statusAlert")) != nullptr, !cancel);
+        QCOMPARE(h.store().message().isEmpty(), cancel);
+        if (!cancel) {
+            QCOMPARE(h.openBox(QStringLiteral("statusAlert"))->text(), h.store().message());
+            QVERIFY(h.answerBox(QStringLiteral("OK"), QStringLiteral("statusAlert")));
+            QVERIFY(h.store().message().isEmpty());
+        }
     }
 
     void releaseCheckWaitsForThePoolCheck()

@@ -53,14 +53,26 @@ private slots:
         Harness::settle();
         save(h.root(), QStringLiteral("question-revealed.png"));
 
+        auto* figure = h.visible<QAbstractButton>(QStringLiteral("figure"));
+        QVERIFY(figure);
+        QCOMPARE(figure->accessibleName(),
+                 QStringLiteral("Enlarge official diagram for ") + h.store().session()->questions.first().id);
+        QVERIFY(figure->width() <= 560 + 16 && figure->height() <= 340 + 16);
         h.click(QStringLiteral("figure"));
         auto* viewer = h.root().findChild<DiagramView*>(QStringLiteral("diagramView"));
         QVERIFY(viewer);
         QTRY_VERIFY(viewer->isVisible());
         QVERIFY(!h.root().findChild<ExamView*>()->enlarged()->isEmpty());
+        QCOMPARE(viewer->findChild<QWidget*>(QStringLiteral("diagramZoom"))->accessibleName(),
+                 QStringLiteral("Diagram zoom"));
+        QWidget* image = viewer->findChild<QWidget*>(QStringLiteral("diagramFigure"));
+        QCOMPARE(image->accessibleName(),
+                 QStringLiteral("Official figure. Visual diagrams require sight or external assistance."));
+        QCOMPARE(image->width(), 760);
         save(*viewer, QStringLiteral("diagram.png"));
         viewer->setZoom(2.0);
         QCOMPARE(viewer->zoom(), 2.0);
+        QCOMPARE(image->width(), 1520);
         viewer->findChild<QAbstractButton*>(QStringLiteral("diagramDone"))->click();
         Harness::settle();
         QVERIFY(!h.root().findChild<ExamView*>()->enlarged());
@@ -79,6 +91,19 @@ private slots:
         h.store().finish();
         Harness::settle();
         save(h.root(), QStringLiteral("result.png"));
+
+        // The result screen opens the same viewer for a question with a figure.
+        h.store().setResult(std::nullopt);
+        h.store().begin(pool, QStringLiteral("Study All"), QStringLiteral("Ada"), false, QString(), figured);
+        h.store().finish();
+        Harness::settle();
+        h.click(QStringLiteral("viewDiagram"));
+        auto* fromResult = h.root().findChild<DiagramView*>(QStringLiteral("diagramView"));
+        QVERIFY(fromResult);
+        QTRY_VERIFY(fromResult->isVisible());
+        fromResult->findChild<QAbstractButton*>(QStringLiteral("diagramDone"))->click();
+        Harness::settle();
+        QVERIFY(!h.root().findChild<DiagramView*>(QStringLiteral("diagramView")));
     }
 
 private:
