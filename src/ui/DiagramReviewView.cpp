@@ -286,7 +286,7 @@ void DiagramReviewView::confirm()
             QStringLiteral("All four sample figures were assigned. Check that each preview contains only its intended "
                            "diagram. No question pools or progress were changed."));
         QPushButton* done = m_completion->addButton(QStringLiteral("Done"), QMessageBox::AcceptRole);
-        done->setObjectName(QStringLiteral("reviewDone"));
+        name(done, QStringLiteral("reviewDone"), QStringLiteral("Done"));
         m_completion->setAttribute(Qt::WA_DeleteOnClose);
         connect(m_completion, &QMessageBox::finished, this, [this] {
             m_completion = nullptr;
