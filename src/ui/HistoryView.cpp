@@ -15,10 +15,22 @@ using namespace SectionWidgets;
 
 namespace {
 
+// A button whose size is that of the texts laid out inside it, not of a button title.
+class RowButton : public QPushButton
+{
+public:
+    using QPushButton::QPushButton;
+    QSize sizeHint() const override
+    {
+        return layout() ? layout()->sizeHint().expandedTo(QPushButton::sizeHint()) : QPushButton::sizeHint();
+    }
+    QSize minimumSizeHint() const override { return sizeHint(); }
+};
+
 // A whole row is one button; its texts are labels inside it that let clicks through.
 QPushButton* row(const Result& r, QWidget* parent)
 {
-    auto* button = new QPushButton(parent);
+    auto* button = new RowButton(parent);
     button->setObjectName(QStringLiteral("historyRow"));
     button->setProperty("historyRow", true);
     button->setCursor(Qt::PointingHandCursor);
@@ -47,7 +59,6 @@ QPushButton* row(const Result& r, QWidget* parent)
     layout->addWidget(score);
     for (QLabel* label : {title, date, score})
         label->setAttribute(Qt::WA_TransparentForMouseEvents);
-    button->setMinimumHeight(layout->sizeHint().height());
     return button;
 }
 

@@ -268,6 +268,10 @@ private slots:
         QCOMPARE(rows.size(), 5);
         QVERIFY(!anna.findChild<QLabel*>(QStringLiteral("historyEmpty")));
         QCOMPARE(text(rows.at(0), QStringLiteral("historyTitle")), QStringLiteral("Amateur Extra · Exam"));
+        // A row is tall enough for both of its lines, whatever the theme says about button heights.
+        QVERIFY(rows.at(0)->sizeHint().height() >=
+                rows.at(0)->findChild<QLabel*>(QStringLiteral("historyTitle"))->sizeHint().height() +
+                    rows.at(0)->findChild<QLabel*>(QStringLiteral("historyDate"))->sizeHint().height());
         QCOMPARE(text(rows.at(0), QStringLiteral("historyScore")), QStringLiteral("12/50 · 01:02:05"));
         QCOMPARE(text(rows.at(2), QStringLiteral("historyTitle")), QStringLiteral("Technician · Club Challenge"));
         QCOMPARE(text(rows.at(4), QStringLiteral("historyScore")), QStringLiteral("30/35 · 00:20:00"));
