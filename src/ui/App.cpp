@@ -2,11 +2,16 @@
 #include "App.h"
 
 #include "ExamView.h"
+#include "HelpView.h"
+#include "HistoryView.h"
 #include "Icons.h"
+#include "LeaderboardView.h"
 #include "LearnView.h"
-#include "PlaceholderSection.h"
+#include "ProfilesView.h"
+#include "ProgressViewPage.h"
 #include "ResultView.h"
 #include "Theme.h"
+#include "UpdatesView.h"
 #include "appupdate/KestovanUpdates.h"
 #include "store/Store.h"
 
@@ -107,21 +112,19 @@ QString RootView::iconName(const QString& tab)
 
 QWidget* RootView::makeSection(const QString& tab, Store& store, QWidget* parent)
 {
-    static const QStringList others = {QStringLiteral("Progress"), QStringLiteral("Top 10"),  QStringLiteral("History"),
-                                       QStringLiteral("Profiles"), QStringLiteral("Updates"), QStringLiteral("Help")};
-    if (tab == others[0])
-        return new PlaceholderSection(store, tab, QStringLiteral("Your readiness by topic appears here."), parent);
-    if (tab == others[1])
-        return new PlaceholderSection(store, tab, QStringLiteral("The best exam results of each pool appear here."),
-                                      parent);
-    if (tab == others[2])
-        return new PlaceholderSection(store, tab, QStringLiteral("Your finished attempts appear here."), parent);
-    if (tab == others[3])
-        return new PlaceholderSection(store, tab, QStringLiteral("Learner profiles are managed here."), parent);
-    if (tab == others[4])
-        return new PlaceholderSection(store, tab, QStringLiteral("Question pool updates are shown here."), parent);
-    if (tab == others[5])
-        return new PlaceholderSection(store, tab, QStringLiteral("The user guide appears here."), parent);
+    // Compared in this order; anything else, "Learn" included, is the set-up screen.
+    if (tab == QLatin1StringView("Progress"))
+        return new ProgressViewPage(store, parent);
+    if (tab == QLatin1StringView("Top 10"))
+        return new LeaderboardView(store, parent);
+    if (tab == QLatin1StringView("History"))
+        return new HistoryView(store, parent);
+    if (tab == QLatin1StringView("Profiles"))
+        return new ProfilesView(store, parent);
+    if (tab == QLatin1StringView("Updates"))
+        return new UpdatesView(store, parent);
+    if (tab == QLatin1StringView("Help"))
+        return new HelpView(store, parent);
     return new LearnView(store, parent);
 }
 

@@ -4,7 +4,7 @@
 #include <QPointer>
 #include <QWidget>
 
-class DiagramReviewView;
+#include "DiagramReviewView.h"
 class QLabel;
 class QPushButton;
 class QVBoxLayout;
