@@ -19,20 +19,9 @@
 
 namespace {
 
-QLabel* label(const QString& text, QWidget* parent, const QString& objectName = QString())
-{
-    auto* l = new QLabel(text, parent);
-    // Pool and learner names are shown as written, never read as markup.
-    l->setTextFormat(Qt::PlainText);
-    l->setWordWrap(true);
-    if (!objectName.isEmpty())
-        l->setObjectName(objectName);
-    return l;
-}
-
 QLabel* caption(const QString& text, QWidget* parent, const QString& objectName = QString())
 {
-    QLabel* l = label(text, parent, objectName);
+    QLabel* l = Theme::label(text, parent, objectName);
     l->setFont(Theme::captionFont(l));
     Theme::secondary(l);
     return l;
@@ -89,12 +78,13 @@ LearnView::LearnView(Store& store, QWidget* parent) : QWidget(parent), m_store(s
 
     auto* intro = new QVBoxLayout();
     intro->setSpacing(4);
-    auto* title = label(QStringLiteral("Your next step on the air"), this, QStringLiteral("learnTitle"));
+    auto* title = Theme::label(QStringLiteral("Your next step on the air"), this, QStringLiteral("learnTitle"));
     title->setFont(Theme::titleFont(title, 22));
     intro->addWidget(title);
-    auto* subtitle = label(QStringLiteral("Study every question, focus on difficult topics, or sit a fresh practice "
-                                          "exam. Everything stays on this computer."),
-                           this, QStringLiteral("learnSubtitle"));
+    auto* subtitle =
+        Theme::label(QStringLiteral("Study every question, focus on difficult topics, or sit a fresh practice "
+                                    "exam. Everything stays on this computer."),
+                     this, QStringLiteral("learnSubtitle"));
     Theme::secondary(subtitle);
     intro->addWidget(subtitle);
     layout->addLayout(intro);
@@ -135,9 +125,10 @@ LearnView::LearnView(Store& store, QWidget* parent) : QWidget(parent), m_store(s
     completed->addWidget(m_completedPanel);
     layout->addLayout(completed);
 
-    m_allComplete = label(QStringLiteral("All levels are marked complete. Uncheck a level above whenever you want to "
-                                         "practise again."),
-                          this, QStringLiteral("allComplete"));
+    m_allComplete =
+        Theme::label(QStringLiteral("All levels are marked complete. Uncheck a level above whenever you want to "
+                                    "practise again."),
+                     this, QStringLiteral("allComplete"));
     layout->addWidget(m_allComplete);
 
     buildSetUp(layout);
@@ -147,7 +138,7 @@ LearnView::LearnView(Store& store, QWidget* parent) : QWidget(parent), m_store(s
     auto* sessions = new QVBoxLayout(m_sessions);
     sessions->setContentsMargins(0, 6, 0, 0);
     sessions->setSpacing(8);
-    auto* heading = label(QStringLiteral("Continue a Saved Session"), m_sessions);
+    auto* heading = Theme::label(QStringLiteral("Continue a Saved Session"), m_sessions);
     heading->setFont(Theme::titleFont(heading, 15));
     sessions->addWidget(heading);
     m_sessionRows = new QVBoxLayout();
@@ -172,7 +163,7 @@ void LearnView::buildSetUp(QVBoxLayout* layout)
     auto* group = new QVBoxLayout(m_setUp);
     group->setContentsMargins(20, 18, 20, 20);
     group->setSpacing(14);
-    auto* heading = label(QStringLiteral("Set Up Your Session"), m_setUp);
+    auto* heading = Theme::label(QStringLiteral("Set Up Your Session"), m_setUp);
     heading->setFont(Theme::titleFont(heading, 15));
     group->addWidget(heading);
 

@@ -27,16 +27,6 @@ namespace {
 constexpr double printWidth = 540;
 constexpr double printMinimumHeight = 700;
 
-QLabel* wrapped(const QString& text, QWidget* parent, const QString& objectName = QString())
-{
-    auto* l = new QLabel(text, parent);
-    l->setTextFormat(Qt::PlainText);
-    l->setWordWrap(true);
-    if (!objectName.isEmpty())
-        l->setObjectName(objectName);
-    return l;
-}
-
 QString answerText(const Question& q, std::optional<qint64> index)
 {
     // A damaged progress file could hold an index outside the answers; it is shown as unanswered.
@@ -137,7 +127,7 @@ ResultView::ResultView(Store& store, const Result& result, QWidget* parent)
     layout->addLayout(scoreRow);
 
     const QString note = standing(m_result);
-    auto* standingLabel = wrapped(note, content, QStringLiteral("standing"));
+    auto* standingLabel = Theme::label(note, content, QStringLiteral("standing"));
     standingLabel->setFont(Theme::captionFont(standingLabel));
     Theme::secondary(standingLabel);
     standingLabel->setVisible(!note.isEmpty());
@@ -252,13 +242,14 @@ void ResultView::refreshList()
         auto* column = new QVBoxLayout(card);
         column->setContentsMargins(16, 12, 16, 12);
         column->setSpacing(5);
-        auto* headline = wrapped(q.id + QStringLiteral(" · ") + q.prompt, card, QStringLiteral("headline"));
+        auto* headline = Theme::label(q.id + QStringLiteral(" · ") + q.prompt, card, QStringLiteral("headline"));
         headline->setFont(Theme::titleFont(headline, headline->font().pointSizeF() + 1));
         const auto it = s.answers.constFind(q.id);
         const std::optional<qint64> chosen = it == s.answers.constEnd() ? std::nullopt : std::optional<qint64>(*it);
-        auto* yours = wrapped(QStringLiteral("Your answer: ") + answerText(q, chosen), card, QStringLiteral("yours"));
-        auto* correct =
-            wrapped(QStringLiteral("Correct answer: ") + answerText(q, q.correct), card, QStringLiteral("correct"));
+        auto* yours =
+            Theme::label(QStringLiteral("Your answer: ") + answerText(q, chosen), card, QStringLiteral("yours"));
+        auto* correct = Theme::label(QStringLiteral("Correct answer: ") + answerText(q, q.correct), card,
+                                     QStringLiteral("correct"));
         QPalette green = correct->palette();
         green.setColor(QPalette::WindowText, Theme::green.darker(120));
         correct->setPalette(green);
@@ -266,7 +257,7 @@ void ResultView::refreshList()
         column->addWidget(yours);
         column->addWidget(correct);
         if (!q.reference.isEmpty()) {
-            auto* reference = wrapped(q.reference, card, QStringLiteral("reference"));
+            auto* reference = Theme::label(q.reference, card, QStringLiteral("reference"));
             reference->setFont(Theme::captionFont(reference));
             Theme::secondary(reference);
             column->addWidget(reference);

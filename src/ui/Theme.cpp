@@ -1,6 +1,8 @@
 // The application's look.
 #include "Theme.h"
 
+#include <QLabel>
+
 #include <QApplication>
 #include <QFontDatabase>
 #include <QPalette>
@@ -122,6 +124,16 @@ QFont titleFont(QWidget* widget, double points, bool bold)
     f.setPointSizeF(points);
     f.setBold(bold);
     return f;
+}
+
+QLabel* label(const QString& text, QWidget* parent, const QString& objectName)
+{
+    auto* l = new QLabel(text, parent);
+    l->setTextFormat(Qt::PlainText);
+    l->setWordWrap(true);
+    if (!objectName.isEmpty())
+        l->setObjectName(objectName);
+    return l;
 }
 
 QFont captionFont(QWidget* widget, double delta)

@@ -8,6 +8,8 @@
 class QApplication;
 class QWidget;
 
+class QLabel;
+
 namespace Theme {
 
 // The accent of buttons, selections and progress.
@@ -25,6 +27,8 @@ void apply(QApplication& app);
 // Fonts relative to the system font, in the sizes the screens use.
 QFont titleFont(QWidget* widget, double points, bool bold = true);
 QFont captionFont(QWidget* widget, double delta = -1.5);
+// A wrapped label whose text is never read as markup: pool, learner and question texts are shown as written.
+QLabel* label(const QString& text, QWidget* parent, const QString& objectName = QString());
 QFont monospaceFont(double points);
 // A button title shown exactly as written: an ampersand is a character, never a keyboard mnemonic.
 QString buttonText(const QString& text);
