@@ -81,7 +81,6 @@ class PoolUpdateTest : public QObject
 private:
     QTemporaryDir m_root;
     QTemporaryDir m_data;
-    QTemporaryDir m_temporary;
     LocalHttpsSite m_site;
     std::unique_ptr<Store> m_store;
     Pack m_installed;
@@ -124,9 +123,7 @@ private slots:
     {
         if (!QDir(ncvec).exists())
             QSKIP("the official NCVEC documents are not available");
-        // Documents being parsed live in the temporary folder; a private one keeps them apart from other test
-        // programs that count what is left there.
-        qputenv("TMPDIR", m_temporary.path().toLocal8Bit());
+        FixtureDocuments::isolateTemporaryFolder();
         buildSite();
         const QString error = m_site.start(m_root.path(), u"localhost"_s);
         QVERIFY2(error.isEmpty(), qPrintable(error));
