@@ -8,43 +8,27 @@
 
 #include <QBuffer>
 #include <QDir>
-#include <QFile>
-#include <QFont>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QSignalSpy>
 #include <QTest>
 
-using OfficialUpdates::UpdateError;
+using namespace Qt::StringLiterals;
 
 namespace {
 
 const QString ncvec = QStringLiteral(KESTOVAN_SOURCE_DIR "/../shared/ncvec");
-const QString unavailable = QStringLiteral("Update check unavailable. Your installed pools remain usable offline. ");
-const QString technicianDocument =
-    QStringLiteral("2026-2030 Technician Pool and Syllabus Public Release Feb 19 2026.docx");
-const QString technicianPage = QStringLiteral("index.php/2026-2030-technician-question-pool.html");
-const QString indexPage = QStringLiteral("index.php/amateur-question-pools.html");
+const QString unavailable = u"Update check unavailable. Your installed pools remain usable offline. "_s;
+const QString techDocument = u"2026-2030 Technician Pool and Syllabus Public Release Feb 19 2026.docx"_s;
+const QString techPage = u"index.php/2026-2030-technician-question-pool.html"_s;
+const QString checked = u"Official NCVEC pools checked "_s;
 
-// Pages in the form of the official site's menu and pool pages; the replica puts its own host for ncvec.org.
-QByteArray indexHtml()
+// A pool page in the form of the official site's; the replica puts its own host for ncvec.org.
+QByteArray techHtml(const QString& documentHref)
 {
-    return "<html><body><ul class=\"mod-menu\">\n"
-           "<li><a href=\"/index.php/2022-2026-technician-question-pool-release\">2022-2026 Technician</a></li>\n"
-           "<li><a href=\"/index.php/2026-2030-technician-question-pool\">2026-2030 Technician</a></li>\n"
-           "<li><a href=\"/index.php/2023-2027-general-question-pool-release\">2023-2027 General</a></li>\n"
-           "<li><a href=\"/index.php/2024-2028-extra-class-question-pool-release\">2024-2028 Extra</a></li>\n"
-           "<li><a href=\"/index.php/mission-statement\">Mission Statement</a></li>\n"
-           "</ul></body></html>\n";
-}
-
-QByteArray technicianHtml(const QString& documentHref)
-{
-    return QStringLiteral("<html><body><h2>2026-2030 Technician Question Pool</h2>\n"
-                          "<p><a href=\"%1\">Pool (Word)</a></p>\n"
-                          "<p><a href=\"https://ncvec.org/downloads/Technician Figures.pdf\">Figures</a></p>\n"
-                          "</body></html>\n")
-        .arg(documentHref)
+    return (u"<html><body><h2>2026-2030 Technician Question Pool</h2>\n<p><a href=\""_s + documentHref +
+            u"\">Pool (Word)</a></p>\n<p><a href=\"https://ncvec.org/downloads/Technician Figures.pdf\">Figures</a>"
+            u"</p>\n</body></html>\n"_s)
         .toUtf8();
 }
 
@@ -68,18 +52,14 @@ QImage figureSheet()
     QImage sheet(1400, 600, QImage::Format_RGB32);
     sheet.fill(Qt::white);
     QPainter p(&sheet);
-    p.setRenderHint(QPainter::Antialiasing);
     p.setPen(QPen(Qt::black, 4));
     QFont font = p.font();
     font.setPixelSize(56);
     p.setFont(font);
-    for (int i = 0; i < 2; ++i) {
-        const int x = 100 + i * 700;
+    for (int x : {100, 800}) {
         p.drawRect(x, 80, 300, 200);
-        p.drawLine(x, 180, x - 60, 180);
         p.drawEllipse(QPoint(x + 150, 180), 60, 60);
-        p.drawText(QRect(x - 60, 380, 560, 100), Qt::AlignCenter,
-                   i == 0 ? QStringLiteral("Figure T-1") : QStringLiteral("Figure T-2"));
+        p.drawText(QRect(x - 60, 380, 560, 100), Qt::AlignCenter, x == 100 ? u"Figure T-1"_s : u"Figure T-2"_s);
     }
     return sheet;
 }
@@ -98,243 +78,197 @@ class PoolUpdateTest : public QObject
 {
     Q_OBJECT
 
-private slots:
-    void initTestCase();
-    void cleanupTestCase();
-    void installsThreePoolsOnEmptyFolder();
-    void secondRunKeepsPools();
-    void failuresKeepInstalledPools_data();
-    void failuresKeepInstalledPools();
-    void combinedFiguresGoThroughReview();
-
 private:
-    // Lays out the replica: the saved official pages and documents, and the two pages the test writes.
-    void buildSite();
-    QString site(const QString& path) const { return m_root.filePath(path); }
-    void write(const QString& path, const QByteArray& bytes) { Fixtures::writeFile(site(path), bytes); }
-    void runCheck(Store& store);
-
     QTemporaryDir m_root;
     QTemporaryDir m_data;
-    QTemporaryDir m_temporary;
     LocalHttpsSite m_site;
     std::unique_ptr<Store> m_store;
     Pack m_installed;
-    bool m_ready = false;
-};
 
-void PoolUpdateTest::initTestCase()
-{
-    if (!QDir(ncvec).exists())
-        QSKIP("the official NCVEC documents are not available");
-    if (!LocalHttpsSite::available())
-        QSKIP("openssl or python3 is missing");
-    // Documents being parsed live in the temporary folder; a private one keeps them apart from other test programs
-    // that count what is left there.
-    qputenv("TMPDIR", m_temporary.path().toLocal8Bit());
-    buildSite();
-    QString error;
-    QVERIFY2(m_site.start(m_root.path(), QStringLiteral("localhost"), &error), qPrintable(error));
-    // curl, started by the updater, trusts the replica's certificate; the updater reaches only the replica.
-    qputenv("CURL_CA_BUNDLE", m_site.certificatePath().toLocal8Bit());
-    OfficialUpdates::setOfficialSiteForTesting(QStringLiteral("localhost"), m_site.port());
-    Fixtures::writeFile(m_data.filePath(QStringLiteral("pools.json")), Fixtures::threeLevelPack().toBytes());
-    m_ready = true;
-}
+    QString site(const QString& path) const { return m_root.filePath(path); }
+    void write(const QString& path, const QByteArray& bytes) { Fixtures::writeFile(site(path), bytes); }
+    QByteArray installedFile() const { return Fixtures::readFile(m_data.filePath(u"storage/official-pools.json"_s)); }
 
-void PoolUpdateTest::cleanupTestCase()
-{
-    qunsetenv("CURL_CA_BUNDLE");
-}
-
-void PoolUpdateTest::buildSite()
-{
-    QDir root(m_root.path());
-    QDir(root.filePath(QStringLiteral("index.php"))).removeRecursively();
-    QDir(root.filePath(QStringLiteral("downloads"))).removeRecursively();
-    root.mkpath(QStringLiteral("index.php"));
-    root.mkpath(QStringLiteral("downloads"));
-    for (const QString& name : QDir(ncvec + QStringLiteral("/index.php")).entryList(QDir::Files))
-        QVERIFY(QFile::copy(ncvec + QStringLiteral("/index.php/") + name, site(QStringLiteral("index.php/") + name)));
-    for (const QString& name : QDir(ncvec + QStringLiteral("/downloads")).entryList(QDir::Files))
-        QVERIFY(QFile::link(ncvec + QStringLiteral("/downloads/") + name, site(QStringLiteral("downloads/") + name)));
-    write(indexPage, indexHtml());
-    write(technicianPage, technicianHtml(QStringLiteral("https://ncvec.org/downloads/") + technicianDocument));
-}
-
-void PoolUpdateTest::runCheck(Store& store)
-{
-    QSignalSpy finished(&store, &Store::updateCheckFinished);
-    store.checkUpdates();
-    QVERIFY(store.checking());
-    QVERIFY(finished.wait(240000));
-    QVERIFY(!store.checking());
-}
-
-void PoolUpdateTest::installsThreePoolsOnEmptyFolder()
-{
-    QVERIFY(m_ready);
-    m_store = std::make_unique<Store>(m_data.filePath(QStringLiteral("pools.json")),
-                                      m_data.filePath(QStringLiteral("storage")));
-    runCheck(*m_store);
-    const QString status = m_store->updateStatus();
-    QVERIFY2(status.startsWith(QStringLiteral("Official NCVEC pools checked ")), qPrintable(status));
-    QVERIFY(status.endsWith(QStringLiteral(". Ready for offline use.")));
-
-    const Pack& pack = m_store->pack();
-    QCOMPARE(pack.pools.size(), 3);
-    const struct
+    // Lays out the replica: the saved official pages and documents, and the two pages the test writes.
+    void buildSite()
     {
-        const char* level;
-        const char* digest;
-        qsizetype questions;
-        const char* validFrom;
-    } expected[] = {
-        {"technician", "c3bb9ebf46730a9812ae854d12a93f07b7a38f521441e51c451e917ccb9e3a54", 409, "2026-07-01"},
-        {"general", "a07b15d6b9b7aef9e51dae3dd7d37b23de1d7bb410733b7ac6323eaac2f4b396", 423, "2023-07-01"},
-        {"extra", "581ff3aa4c98bb2a6fcc303fe1ce19beb29bc7d3d02ff7fe5c6162c4c26ce4f7", 599, "2024-07-01"},
-    };
-    for (const auto& e : expected) {
-        const Pool* pool = poolOf(pack, QLatin1StringView(e.level));
-        QVERIFY(pool);
-        QCOMPARE(pool->documentHash, std::optional<QString>(QLatin1StringView(e.digest)));
-        QCOMPARE(pool->questions.size(), e.questions);
-        QCOMPARE(pool->validFrom, QLatin1StringView(e.validFrom));
-        // Sources name the canonical official host, here the replica's.
-        QVERIFY(pool->source.startsWith(QStringLiteral("https://www.localhost:%1/downloads/").arg(m_site.port())));
+        for (const QString folder : {u"index.php"_s, u"downloads"_s}) {
+            QDir(site(folder)).removeRecursively();
+            QDir(m_root.path()).mkpath(folder);
+        }
+        for (const QString& name : QDir(ncvec + u"/index.php"_s).entryList(QDir::Files))
+            QVERIFY(QFile::copy(ncvec + u"/index.php/"_s + name, site(u"index.php/"_s + name)));
+        for (const QString& name : QDir(ncvec + u"/downloads"_s).entryList(QDir::Files))
+            QVERIFY(QFile::link(ncvec + u"/downloads/"_s + name, site(u"downloads/"_s + name)));
+        write(u"index.php/amateur-question-pools.html"_s,
+              "<html><body><ul class=\"mod-menu\">\n"
+              "<li><a href=\"/index.php/2022-2026-technician-question-pool-release\">2022-2026 Technician</a></li>\n"
+              "<li><a href=\"/index.php/2026-2030-technician-question-pool\">2026-2030 Technician</a></li>\n"
+              "<li><a href=\"/index.php/2023-2027-general-question-pool-release\">2023-2027 General</a></li>\n"
+              "<li><a href=\"/index.php/2024-2028-extra-class-question-pool-release\">2024-2028 Extra</a></li>\n"
+              "<li><a href=\"/index.php/mission-statement\">Mission Statement</a></li>\n</ul></body></html>\n");
+        write(techPage, techHtml(u"https://ncvec.org/downloads/"_s + techDocument));
     }
-    QCOMPARE(Pack::fromBytes(Fixtures::readFile(m_data.filePath(QStringLiteral("storage/official-pools.json")))), pack);
-    m_installed = pack;
-    // The Technician 2022-2026 period is over: its page was never asked for.
-    for (const QString& request : m_site.requests())
-        QVERIFY(!request.contains(QStringLiteral("2022-2026")));
-}
-
-void PoolUpdateTest::secondRunKeepsPools()
-{
-    QVERIFY(m_store);
-    QSignalSpy packs(m_store.get(), &Store::packChanged);
-    runCheck(*m_store);
-    QVERIFY(m_store->updateStatus().startsWith(QStringLiteral("Official NCVEC pools checked ")));
-    QCOMPARE(m_store->pack(), m_installed);
-    QCOMPARE(Pack::fromBytes(Fixtures::readFile(m_data.filePath(QStringLiteral("storage/official-pools.json")))),
-             m_installed);
-}
-
-void PoolUpdateTest::failuresKeepInstalledPools_data()
-{
-    QTest::addColumn<QString>("change");
-    QTest::addColumn<QString>("status");
-    QTest::newRow("pool page missing") << "404" << unavailable + UpdateError(UpdateError::download).description();
-    QTest::newRow("truncated document") << "truncated" << unavailable + UpdateError(UpdateError::format).description();
-    QTest::newRow("index without pool links")
-        << "no links" << unavailable + UpdateError(UpdateError::format).description();
-    QTest::newRow("document on another host")
-        << "foreign" << unavailable + UpdateError(UpdateError::format).description();
-    QTest::newRow("redirect not followed")
-        << "redirect" << unavailable + UpdateError(UpdateError::format).description();
-}
-
-void PoolUpdateTest::failuresKeepInstalledPools()
-{
-    QVERIFY(m_store);
-    QFETCH(QString, change);
-    QFETCH(QString, status);
-    buildSite();
-    if (change == QLatin1StringView("404")) {
-        QVERIFY(QFile::remove(site(technicianPage)));
-    } else if (change == QLatin1StringView("truncated")) {
-        const QString path = site(QStringLiteral("downloads/") + technicianDocument);
-        const QByteArray whole = Fixtures::readFile(path);
-        QVERIFY(QFile::remove(path));
-        write(QStringLiteral("downloads/") + technicianDocument, whole.left(whole.size() / 2));
-    } else if (change == QLatin1StringView("no links")) {
-        write(indexPage, "<html><body><a href=\"/index.php/mission-statement\">Mission</a></body></html>");
-    } else if (change == QLatin1StringView("foreign")) {
-        write(technicianPage,
-              technicianHtml(QStringLiteral("https://files.example.org/downloads/") + technicianDocument));
-    } else if (change == QLatin1StringView("redirect")) {
-        write(QStringLiteral("index.php/2026-2030-technician-question-pool.redirect"),
-              "/index.php/elsewhere-technician-question-pool");
-        write(QStringLiteral("index.php/elsewhere-technician-question-pool.html"),
-              technicianHtml(QStringLiteral("https://ncvec.org/downloads/") + technicianDocument));
+    static void runCheck(Store& store)
+    {
+        QSignalSpy finished(&store, &Store::updateCheckFinished);
+        store.checkUpdates();
+        QVERIFY(store.checking());
+        QVERIFY(finished.wait(240000));
+        QVERIFY(!store.checking());
     }
-    const QByteArray fileBefore = Fixtures::readFile(m_data.filePath(QStringLiteral("storage/official-pools.json")));
 
-    runCheck(*m_store);
-    QCOMPARE(m_store->updateStatus(), status);
-    QCOMPARE(m_store->pack(), m_installed);
-    QCOMPARE(Fixtures::readFile(m_data.filePath(QStringLiteral("storage/official-pools.json"))), fileBefore);
-    for (const QString& request : m_site.requests())
-        QVERIFY2(!request.contains(QStringLiteral("elsewhere")), qPrintable(request));
-    buildSite();
-}
+private slots:
+    void initTestCase()
+    {
+        if (!QDir(ncvec).exists())
+            QSKIP("the official NCVEC documents are not available");
+        FixtureDocuments::isolateTemporaryFolder();
+        buildSite();
+        const QString error = m_site.start(m_root.path(), u"localhost"_s);
+        QVERIFY2(error.isEmpty(), qPrintable(error));
+        OfficialUpdates::setOfficialSiteForTesting(u"localhost"_s, m_site.port());
+        Fixtures::writeFile(m_data.filePath(u"pools.json"_s), Fixtures::threeLevelPack().toBytes());
+    }
 
-void PoolUpdateTest::combinedFiguresGoThroughReview()
-{
-    QVERIFY(m_ready);
-    buildSite();
-    const QImage sheet = figureSheet();
-    QStringList lines = FixtureDocuments::poolLines(QStringLiteral("technician"));
-    lines[FixtureDocuments::questionLine(lines, QStringLiteral("T1A01")) + 1] =
-        QStringLiteral("What is shown in Figure T-1?");
-    lines[FixtureDocuments::questionLine(lines, QStringLiteral("T1A02")) + 1] =
-        QStringLiteral("Which part of Figure T-2 is the antenna?");
-    const QByteArray document = FixtureDocuments::document(lines, {{QStringLiteral("media/image1.png"), pngOf(sheet)}});
-    const QString name = QStringLiteral("2026-2030 Technician Pool Sheet Test Mar 1 2026.docx");
-    write(QStringLiteral("downloads/") + name, document);
-    write(technicianPage, technicianHtml(QStringLiteral("https://ncvec.org/downloads/") + name));
+    void installsThreePoolsThenKeepsThem()
+    {
+        m_store = std::make_unique<Store>(m_data.filePath(u"pools.json"_s), m_data.filePath(u"storage"_s));
+        runCheck(*m_store);
+        QVERIFY2(m_store->updateStatus().startsWith(checked), qPrintable(m_store->updateStatus()));
+        QVERIFY(m_store->updateStatus().endsWith(u". Ready for offline use."_s));
+        const Pack& pack = m_store->pack();
+        QCOMPARE(pack.pools.size(), 3);
+        for (const auto& [level, digest, questions, validFrom] :
+             std::initializer_list<std::tuple<QString, QString, qsizetype, QString>>{
+                 {u"technician"_s, u"c3bb9ebf46730a9812ae854d12a93f07b7a38f521441e51c451e917ccb9e3a54"_s, 409,
+                  u"2026-07-01"_s},
+                 {u"general"_s, u"a07b15d6b9b7aef9e51dae3dd7d37b23de1d7bb410733b7ac6323eaac2f4b396"_s, 423,
+                  u"2023-07-01"_s},
+                 {u"extra"_s, u"581ff3aa4c98bb2a6fcc303fe1ce19beb29bc7d3d02ff7fe5c6162c4c26ce4f7"_s, 599,
+                  u"2024-07-01"_s}}) {
+            const Pool* pool = poolOf(pack, level);
+            QVERIFY(pool);
+            QCOMPARE(pool->documentHash, std::optional<QString>(digest));
+            QCOMPARE(pool->questions.size(), questions);
+            QCOMPARE(pool->validFrom, validFrom);
+            // Sources name the canonical official host, here the replica's.
+            QVERIFY(pool->source.startsWith(u"https://www.localhost:%1/downloads/"_s.arg(m_site.port())));
+        }
+        QCOMPARE(Pack::fromBytes(installedFile()), pack);
+        m_installed = pack;
+        // The Technician 2022-2026 period is over: its page was never asked for.
+        for (const QString& request : m_site.requests())
+            QVERIFY2(!request.contains(u"2022-2026"_s), qPrintable(request));
 
-    QTemporaryDir storage;
-    Store store(m_data.filePath(QStringLiteral("pools.json")), storage.path());
-    const Pack before = store.pack();
-    runCheck(store);
-    QCOMPARE(store.updateStatus(), QStringLiteral("Diagrams need review. Open Updates → Review Diagrams. Your "
-                                                  "installed pools remain available."));
-    QCOMPARE(store.pack(), before);
-    QVERIFY(store.diagramReview());
-    const DiagramReview review = *store.diagramReview();
-    const QString t1 = OfficialUpdates::normalFigure(QStringLiteral("T-1"));
-    const QString t2 = OfficialUpdates::normalFigure(QStringLiteral("T-2"));
-    QCOMPARE(review.labels, (QStringList{t1, t2}));
-    QCOMPARE(review.documentKey, sha256(document));
-    QCOMPARE(review.document, document);
-    QCOMPARE(DiagramReview::fromBytes(Fixtures::readFile(storage.filePath(QStringLiteral("diagram-review.json")))),
-             review);
+        // A second run finds the same documents and keeps the pools.
+        runCheck(*m_store);
+        QVERIFY(m_store->updateStatus().startsWith(checked));
+        QCOMPARE(m_store->pack(), m_installed);
+        QCOMPARE(Pack::fromBytes(installedFile()), m_installed);
+    }
 
-    // The learner crops one diagram only: the review cannot finish and stays pending.
-    const QString left = QString::fromLatin1(pngOf(sheet.copy(0, 0, 700, 600)).toBase64());
-    const QString right = QString::fromLatin1(pngOf(sheet.copy(700, 0, 700, 600)).toBase64());
-    store.saveDiagramReview(review, {{t1, left}});
-    QVERIFY(store.message().startsWith(QStringLiteral("Could not finish diagram review: ")));
-    QCOMPARE(store.diagramReview(), review);
-    QVERIFY(!store.checking());
+    void failuresKeepInstalledPools_data()
+    {
+        QTest::addColumn<QString>("change");
+        QTest::addColumn<QString>("status");
+        const QString format = unavailable + u"The official source format has changed or failed validation. The "
+                                             u"installed pools were kept."_s;
+        QTest::newRow("pool page missing")
+            << "404" << unavailable + u"The official NCVEC source could not be downloaded."_s;
+        QTest::newRow("truncated document") << "truncated" << format;
+        QTest::newRow("index without pool links") << "no links" << format;
+        QTest::newRow("document on another host") << "foreign" << format;
+        QTest::newRow("redirect not followed") << "redirect" << format;
+    }
+    void failuresKeepInstalledPools()
+    {
+        QVERIFY(m_store);
+        QFETCH(QString, change);
+        QFETCH(QString, status);
+        buildSite();
+        if (change == "404") {
+            QVERIFY(QFile::remove(site(techPage)));
+        } else if (change == "truncated") {
+            const QByteArray whole = Fixtures::readFile(site(u"downloads/"_s + techDocument));
+            QVERIFY(QFile::remove(site(u"downloads/"_s + techDocument)));
+            write(u"downloads/"_s + techDocument, whole.left(whole.size() / 2));
+        } else if (change == "no links") {
+            write(u"index.php/amateur-question-pools.html"_s,
+                  "<html><body><a href=\"/index.php/mission-statement\">Mission</a></body></html>");
+        } else if (change == "foreign") {
+            write(techPage, techHtml(u"https://files.example.org/downloads/"_s + techDocument));
+        } else if (change == "redirect") {
+            write(u"index.php/2026-2030-technician-question-pool.redirect"_s,
+                  "/index.php/elsewhere-technician-question-pool");
+            write(u"index.php/elsewhere-technician-question-pool.html"_s,
+                  techHtml(u"https://ncvec.org/downloads/"_s + techDocument));
+        }
+        const QByteArray fileBefore = installedFile();
+        runCheck(*m_store);
+        QCOMPARE(m_store->updateStatus(), status);
+        QCOMPARE(m_store->pack(), m_installed);
+        QCOMPARE(installedFile(), fileBefore);
+        for (const QString& request : m_site.requests())
+            QVERIFY2(!request.contains(u"elsewhere"_s), qPrintable(request));
+    }
 
-    // Both crops: stored, the review closes and the retried update installs the pool with the crops.
-    store.setMessage(QString());
-    QSignalSpy finished(&store, &Store::updateCheckFinished);
-    store.saveDiagramReview(review, {{t2, right}, {t1, left}});
-    QCOMPARE(store.message(), QString());
-    QVERIFY(!store.diagramReview());
-    QVERIFY(!QFile::exists(storage.filePath(QStringLiteral("diagram-review.json"))));
-    QVERIFY(QFile::exists(storage.filePath(QStringLiteral("diagram-corrections.json"))));
-    QVERIFY(store.checking());
-    QVERIFY(finished.wait(240000));
-    QVERIFY2(store.updateStatus().startsWith(QStringLiteral("Official NCVEC pools checked ")),
-             qPrintable(store.updateStatus()));
+    void combinedFiguresGoThroughReview()
+    {
+        buildSite();
+        const QImage sheet = figureSheet();
+        QStringList lines = FixtureDocuments::poolLines(u"technician"_s);
+        lines[FixtureDocuments::questionLine(lines, u"T1A01"_s) + 1] = u"What is shown in Figure T-1?"_s;
+        lines[FixtureDocuments::questionLine(lines, u"T1A02"_s) + 1] = u"Which part of Figure T-2 is the antenna?"_s;
+        const QByteArray document = FixtureDocuments::document(lines, {{u"media/image1.png"_s, pngOf(sheet)}});
+        const QString name = u"2026-2030 Technician Pool Sheet Test Mar 1 2026.docx"_s;
+        write(u"downloads/"_s + name, document);
+        write(techPage, techHtml(u"https://ncvec.org/downloads/"_s + name));
 
-    const Pool* technician = poolOf(store.pack(), QStringLiteral("technician"));
-    QVERIFY(technician);
-    QCOMPARE(technician->revision, QStringLiteral("2026-03-01"));
-    QCOMPARE(technician->documentHash, std::optional<QString>(sha256(document)));
-    const Question& first = technician->questions.first();
-    QVERIFY(first.figure);
-    QVERIFY2(first.figure->startsWith(QStringLiteral("review-") + t1 + QLatin1Char('-')), qPrintable(*first.figure));
-    QCOMPARE(store.pack().assets.value(*first.figure), left);
-    const Question& second = technician->questions.at(1);
-    QVERIFY(second.figure && second.figure->startsWith(QStringLiteral("review-") + t2 + QLatin1Char('-')));
-    QCOMPARE(store.pack().assets.value(*second.figure), right);
-}
+        QTemporaryDir storage;
+        Store store(m_data.filePath(u"pools.json"_s), storage.path());
+        const Pack before = store.pack();
+        runCheck(store);
+        QCOMPARE(store.updateStatus(),
+                 u"Diagrams need review. Open Updates → Review Diagrams. Your installed pools remain available."_s);
+        QCOMPARE(store.pack(), before);
+        QVERIFY(store.diagramReview());
+        const DiagramReview review = *store.diagramReview();
+        QCOMPARE(review.labels, (QStringList{u"T1"_s, u"T2"_s}));
+        QCOMPARE(review.documentKey, sha256(document));
+        QCOMPARE(review.document, document);
+        QCOMPARE(DiagramReview::fromBytes(Fixtures::readFile(storage.filePath(u"diagram-review.json"_s))), review);
+
+        // The learner crops one diagram only: the review cannot finish and stays pending.
+        const QString left = QString::fromLatin1(pngOf(sheet.copy(0, 0, 700, 600)).toBase64());
+        const QString right = QString::fromLatin1(pngOf(sheet.copy(700, 0, 700, 600)).toBase64());
+        store.saveDiagramReview(review, {{u"T1"_s, left}});
+        QVERIFY(store.message().startsWith(u"Could not finish diagram review: "_s));
+        QCOMPARE(store.diagramReview(), review);
+        QVERIFY(!store.checking());
+
+        // Both crops: stored, the review closes and the retried update installs the pool with the crops.
+        store.setMessage(QString());
+        QSignalSpy finished(&store, &Store::updateCheckFinished);
+        store.saveDiagramReview(review, {{u"T2"_s, right}, {u"T1"_s, left}});
+        QCOMPARE(store.message(), QString());
+        QVERIFY(!store.diagramReview());
+        QVERIFY(!QFile::exists(storage.filePath(u"diagram-review.json"_s)));
+        QVERIFY(QFile::exists(storage.filePath(u"diagram-corrections.json"_s)));
+        QVERIFY(store.checking());
+        QVERIFY(finished.wait(240000));
+        QVERIFY2(store.updateStatus().startsWith(checked), qPrintable(store.updateStatus()));
+        const Pool* technician = poolOf(store.pack(), u"technician"_s);
+        QVERIFY(technician);
+        QCOMPARE(technician->revision, u"2026-03-01"_s);
+        QCOMPARE(technician->documentHash, std::optional<QString>(sha256(document)));
+        for (const auto& [index, label, crop] : {std::tuple(0, u"T1"_s, left), std::tuple(1, u"T2"_s, right)}) {
+            const std::optional<QString> figure = technician->questions.at(index).figure;
+            QVERIFY2(figure && figure->startsWith(u"review-"_s + label + u"-"_s), qPrintable(figure.value_or("")));
+            QCOMPARE(store.pack().assets.value(*figure), crop);
+        }
+    }
+};
 
 AEROWEN_TEST_MAIN(PoolUpdateTest, QGuiApplication)
 #include "PoolUpdateTest.moc"

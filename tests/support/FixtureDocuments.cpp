@@ -14,22 +14,13 @@
 
 namespace FixtureDocuments {
 
-namespace {
-
-QString escaped(const QString& text)
-{
-    return text.toHtmlEscaped();
-}
-
-} // namespace
-
 QByteArray documentXml(const QStringList& lines)
 {
     QString xml =
         QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
                        "<w:document xmlns:w=\"http://schemas.openxmlformats.org/wordprocessingml/2006/main\"><w:body>");
     for (const QString& line : lines)
-        xml += QStringLiteral("<w:p><w:r><w:t xml:space=\"preserve\">") + escaped(line) +
+        xml += QStringLiteral("<w:p><w:r><w:t xml:space=\"preserve\">") + line.toHtmlEscaped() +
                QStringLiteral("</w:t></w:r></w:p>");
     xml += QStringLiteral("</w:body></w:document>");
     return xml.toUtf8();
@@ -44,9 +35,9 @@ QByteArray relationshipsXml(const QList<Relationship>& relationships)
     for (const Relationship& r : relationships) {
         xml += QStringLiteral("<Relationship Id=\"rId%1\" Type=\"%2\" Target=\"%3\"")
                    .arg(n++)
-                   .arg(escaped(r.type), escaped(r.target));
+                   .arg(r.type.toHtmlEscaped(), r.target.toHtmlEscaped());
         if (!r.targetMode.isEmpty())
-            xml += QStringLiteral(" TargetMode=\"%1\"").arg(escaped(r.targetMode));
+            xml += QStringLiteral(" TargetMode=\"%1\"").arg(r.targetMode.toHtmlEscaped());
         xml += QStringLiteral("/>");
     }
     xml += QStringLiteral("</Relationships>");
@@ -147,8 +138,6 @@ QByteArray png(unsigned int rgb, int width, int height)
 void isolateTemporaryFolder()
 {
     static QTemporaryDir folder; // removed with its contents when the test program ends
-    if (!folder.isValid())
-        qFatal("no temporary folder for the test program");
     qputenv("TMPDIR", QFile::encodeName(folder.path()));
     if (QDir::tempPath() != QDir(folder.path()).canonicalPath() && QDir::tempPath() != folder.path())
         qFatal("the temporary folder could not be moved");

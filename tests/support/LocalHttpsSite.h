@@ -14,14 +14,12 @@ public:
     LocalHttpsSite(const LocalHttpsSite&) = delete;
     LocalHttpsSite& operator=(const LocalHttpsSite&) = delete;
 
-    // Whether openssl and python3 exist; tests skip without them.
-    static bool available();
     // Serves root (NAME.html also answers NAME; NAME.redirect answers 302). In served HTML pages, "ncvec.org" is
-    // replaced by replacementHost when one is given. Returns false and fills error when it cannot start.
-    bool start(const QString& root, const QString& replacementHost, QString* error);
+    // replaced by replacementHost when one is given. Points curl (CURL_CA_BUNDLE) at the certificate, valid for
+    // localhost, www.localhost and 127.0.0.1. Returns why it could not start, or an empty text.
+    QString start(const QString& root, const QString& replacementHost = {});
 
     int port() const { return m_port; }
-    // The self-signed certificate, valid for localhost, www.localhost and 127.0.0.1; trust it as a CA.
     QString certificatePath() const { return m_dir.filePath(QStringLiteral("cert.pem")); }
     // Request targets received so far, in order.
     QStringList requests() const;
