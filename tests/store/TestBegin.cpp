@@ -114,7 +114,11 @@ private slots:
         // An exam ignores the subset and draws a fresh seed each time.
         store->begin(tech(), u"Exam"_s, u"Anna"_s, false, QString(), pick(tech(), {u"T1A01"_s, u"T1A02"_s}));
         const QList<Question> exam = store->session()->questions;
+        QSet<QString> groups;
+        for (const Question& q : exam)
+            groups.insert(q.group);
         QCOMPARE(exam.size(), tech().examCount);
+        QCOMPARE(groups.size(), tech().examCount); // one question of each group
         store->begin(tech(), u"Exam"_s, u"Anna"_s, false, QString());
         QVERIFY(ids(store->session()->questions) != ids(exam));
         // Practice keeps pool order unless shuffled; shuffling keeps every question.
