@@ -10,13 +10,14 @@
 
 #include <atomic>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 AppRelease release(const QString& version, qint64 build)
 {
-    return AppRelease{
-        version, build,
-        QUrl(QStringLiteral("https://") + QLatin1StringView(Config::makerHost) + QStringLiteral("/software/aerowen"))};
+    return AppRelease{version, build,
+                      QUrl(u"https://"_s + QLatin1StringView(Config::makerHost) + u"/software/aerowen"_s)};
 }
 
 } // namespace
@@ -48,9 +49,8 @@ private:
 void StoreReleaseTest::init()
 {
     m_store.reset();
-    Fixtures::writeFile(m_dir.filePath(QStringLiteral("pools.json")), Fixtures::threeLevelPack().toBytes());
-    m_store = std::make_unique<Store>(m_dir.filePath(QStringLiteral("pools.json")),
-                                      m_dir.filePath(QStringLiteral("storage")));
+    Fixtures::writeFile(m_dir.filePath(u"pools.json"_s), Fixtures::threeLevelPack().toBytes());
+    m_store = std::make_unique<Store>(m_dir.filePath(u"pools.json"_s), m_dir.filePath(u"storage"_s));
 }
 
 void StoreReleaseTest::secondCallStartsNoRequest()
@@ -59,12 +59,12 @@ void StoreReleaseTest::secondCallStartsNoRequest()
     m_store->setReleaseFetcher([&] {
         ++requests;
         QThread::msleep(300);
-        return release(QStringLiteral("99.0.0"), 1);
+        return release(u"99.0.0"_s, 1);
     });
     QSignalSpy finished(m_store.get(), &Store::releaseCheckFinished);
     m_store->checkApplicationUpdates();
     QVERIFY(m_store->checkingApp());
-    QCOMPARE(m_store->appUpdateStatus(), QStringLiteral("Checking for application updates…"));
+    QCOMPARE(m_store->appUpdateStatus(), u"Checking for application updates…"_s);
     m_store->checkApplicationUpdates();
     QVERIFY(finished.wait(10000));
     QTest::qWait(100);
@@ -87,11 +87,11 @@ void StoreReleaseTest::outcomes_data()
                                    << "99.0.0";
     QTest::newRow("same version, later build")
         << ""
-        << "same+1" << QStringLiteral("Aerowen %1 is available. Download it to update.") << "same+1";
+        << "same+1" << u"Aerowen %1 is available. Download it to update."_s << "same+1";
     QTest::newRow("same version and build") << "99.0.0"
-                                            << "same" << QStringLiteral("Aerowen %1 is up to date.") << "";
+                                            << "same" << u"Aerowen %1 is up to date."_s << "";
     QTest::newRow("older version clears the offer") << "99.0.0"
-                                                    << "0.9.0" << QStringLiteral("Aerowen %1 is up to date.") << "";
+                                                    << "0.9.0" << u"Aerowen %1 is up to date."_s << "";
     QTest::newRow("failure keeps the offer") << "99.0.0"
                                              << "fail"
                                              << "Application update check unavailable. Try again later."
@@ -109,11 +109,11 @@ void StoreReleaseTest::outcomes()
     QFETCH(QString, status);
     QFETCH(QString, offered);
     const auto make = [&](const QString& what) -> std::function<AppRelease()> {
-        if (what == QLatin1StringView("fail"))
+        if (what == "fail"_L1)
             return []() -> AppRelease { throw DataError(DataError::invalid); };
-        if (what == QLatin1StringView("same"))
+        if (what == "same"_L1)
             return [this] { return release(running(), build()); };
-        if (what == QLatin1StringView("same+1"))
+        if (what == "same+1"_L1)
             return [this] { return release(running(), build() + 1); };
         return [what] { return release(what, 1); };
     };
@@ -123,12 +123,12 @@ void StoreReleaseTest::outcomes()
     }
     m_store->setReleaseFetcher(make(second));
     runCheck();
-    QCOMPARE(m_store->appUpdateStatus(), status.contains(QLatin1StringView("%1")) ? status.arg(running()) : status);
+    QCOMPARE(m_store->appUpdateStatus(), status.contains("%1"_L1) ? status.arg(running()) : status);
     if (offered.isEmpty()) {
         QVERIFY(!m_store->availableRelease());
     } else {
         QVERIFY(m_store->availableRelease());
-        QCOMPARE(m_store->availableRelease()->version, offered == QLatin1StringView("same+1") ? running() : offered);
+        QCOMPARE(m_store->availableRelease()->version, offered == "same+1"_L1 ? running() : offered);
     }
 }
 

@@ -13,14 +13,15 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString unreadablePrefix =
-    QStringLiteral("Saved progress could not be read. The original file has been preserved. ");
+const QString unreadablePrefix = u"Saved progress could not be read. The original file has been preserved. "_s;
 
 QStringList recoveryCopies(const QString& folder)
 {
-    return QDir(folder).entryList({QStringLiteral("progress-unreadable-*.json")}, QDir::Files);
+    return QDir(folder).entryList({u"progress-unreadable-*.json"_s}, QDir::Files);
 }
 
 } // namespace
@@ -32,23 +33,23 @@ class StoreStartupTest : public QObject
     QTemporaryDir m_dir;
     QString m_packPath;
 
-    QString freshStorage()
+    // A storage folder of its own for each test; made beforehand only when the test puts files in it.
+    QString freshStorage(bool made = false)
     {
         static int n = 0;
-        const QString path = m_dir.filePath(QStringLiteral("storage-%1/Kestovan Aerowen").arg(++n));
+        const QString path = m_dir.filePath(u"storage-%1/Kestovan Aerowen"_s.arg(++n));
+        if (made)
+            QDir().mkpath(path);
         return path;
     }
 
-    static QString file(const QString& folder, const char* name)
-    {
-        return folder + QLatin1Char('/') + QLatin1StringView(name);
-    }
+    static QString file(const QString& folder, const char* name) { return folder + u'/' + QLatin1StringView(name); }
 
 private slots:
     void initTestCase()
     {
         QVERIFY(m_dir.isValid());
-        m_packPath = m_dir.filePath(QStringLiteral("pools.json"));
+        m_packPath = m_dir.filePath(u"pools.json"_s);
         Fixtures::writeFile(m_packPath, Fixtures::threeLevelPack().toBytes());
     }
 
@@ -59,9 +60,9 @@ private slots:
         QVERIFY(QFileInfo(folder).isDir());
         QVERIFY(!QFile::exists(file(folder, "progress.json")));
         QCOMPARE(store.saved().profiles.size(), 1);
-        QCOMPARE(store.saved().profiles.at(0).name, QStringLiteral("Guest"));
+        QCOMPARE(store.saved().profiles.at(0).name, u"Guest"_s);
         QCOMPARE(store.message(), QString());
-        QCOMPARE(store.updateStatus(), QStringLiteral("Bundled official pools ready for offline use."));
+        QCOMPARE(store.updateStatus(), u"Bundled official pools ready for offline use."_s);
         QVERIFY(!store.session() && !store.result() && !store.checking() && !store.checkingApp());
         QVERIFY(store.appUpdateStatus().isEmpty() && !store.availableRelease() && !store.diagramReview());
         QCOMPARE(store.pack(), Fixtures::threeLevelPack());
@@ -82,8 +83,7 @@ private slots:
     void unreadableProgressIsPreservedAndReported()
     {
         QFETCH(QByteArray, bytes);
-        const QString folder = freshStorage();
-        QDir().mkpath(folder);
+        const QString folder = freshStorage(true);
         Fixtures::writeFile(file(folder, "progress.json"), bytes);
         Fixtures::writeFile(file(folder, "official-pools.json"), Fixtures::threeLevelPack().toBytes());
 
@@ -97,45 +97,42 @@ private slots:
         QCOMPARE(copies.size(), 1);
         const qint64 stamp = copies.at(0).mid(20).chopped(5).toLongLong();
         QVERIFY(stamp >= before && stamp <= after);
-        QCOMPARE(Fixtures::readFile(folder + QLatin1Char('/') + copies.at(0)), bytes);
+        QCOMPARE(Fixtures::readFile(folder + u'/' + copies.at(0)), bytes);
         QCOMPARE(Fixtures::readFile(file(folder, "progress.json")), bytes);
         QCOMPARE(store.saved().profiles.size(), 1);
-        QCOMPARE(store.saved().profiles.at(0).name, QStringLiteral("Guest"));
+        QCOMPARE(store.saved().profiles.at(0).name, u"Guest"_s);
 
         store.save();
         const Saved written = Saved::fromBytes(Fixtures::readFile(file(folder, "progress.json")));
         QCOMPARE(written, store.saved());
-        QCOMPARE(Fixtures::readFile(folder + QLatin1Char('/') + copies.at(0)), bytes);
+        QCOMPARE(Fixtures::readFile(folder + u'/' + copies.at(0)), bytes);
     }
 
     void recoveryCopyCollisionFailsPreparation()
     {
-        const QString folder = freshStorage();
-        QDir().mkpath(folder);
+        const QString folder = freshStorage(true);
         Fixtures::writeFile(file(folder, "progress.json"), "broken");
         // Occupy the names of this second and the next few, so the copy cannot be made.
         const qint64 now = QDateTime::currentSecsSinceEpoch();
         for (qint64 s = now; s < now + 5; ++s)
-            Fixtures::writeFile(folder + QStringLiteral("/progress-unreadable-%1.json").arg(s), "taken");
+            Fixtures::writeFile(folder + u"/progress-unreadable-%1.json"_s.arg(s), "taken");
         Pack installed = Fixtures::threeLevelPack();
-        installed.pools[0].revision = QStringLiteral("2026-12-01");
+        installed.pools[0].revision = u"2026-12-01"_s;
         Fixtures::writeFile(file(folder, "official-pools.json"), installed.toBytes());
 
         Store store(m_packPath, folder);
-        QVERIFY2(store.message().startsWith(QStringLiteral("Storage could not be prepared: ")),
-                 qPrintable(store.message()));
+        QVERIFY2(store.message().startsWith(u"Storage could not be prepared: "_s), qPrintable(store.message()));
         QCOMPARE(store.pack(), Fixtures::threeLevelPack()); // installed pack not loaded
         QCOMPARE(Fixtures::readFile(file(folder, "progress.json")), QByteArray("broken"));
     }
 
     void validProgressIsLoadedAsWritten()
     {
-        const QString folder = freshStorage();
-        QDir().mkpath(folder);
+        const QString folder = freshStorage(true);
         Saved saved = Saved::initial();
-        saved.profiles.append(Profile{QUuid::createUuid(), QStringLiteral("Anna"), std::nullopt});
+        saved.profiles.append(Profile{QUuid::createUuid(), u"Anna"_s, std::nullopt});
         saved.selected = saved.profiles.at(1).id;
-        saved.bookmarks.insert(QStringLiteral("k"));
+        saved.bookmarks.insert(u"k"_s);
         Fixtures::writeFile(file(folder, "progress.json"), saved.toBytes());
         Store store(m_packPath, folder);
         QCOMPARE(store.message(), QString());
@@ -147,34 +144,32 @@ private slots:
     {
         Pack invalid = Fixtures::threeLevelPack();
         invalid.schema = 2;
-        const QString path = m_dir.filePath(QStringLiteral("invalid-pools.json"));
+        const QString path = m_dir.filePath(u"invalid-pools.json"_s);
         Fixtures::writeFile(path, invalid.toBytes());
-        const QString folder = freshStorage();
-        QDir().mkpath(folder);
+        const QString folder = freshStorage(true);
         Saved saved = Saved::initial();
-        saved.profiles[0].name = QStringLiteral("Kept on disk");
+        saved.profiles[0].name = u"Kept on disk"_s;
         Fixtures::writeFile(file(folder, "progress.json"), saved.toBytes());
 
         Store store(path, folder);
-        QVERIFY(store.message().startsWith(QStringLiteral("Storage could not be prepared: ")));
+        QVERIFY(store.message().startsWith(u"Storage could not be prepared: "_s));
         QCOMPARE(store.pack(), invalid);
-        QCOMPARE(store.saved().profiles.at(0).name, QStringLiteral("Guest")); // progress not loaded
+        QCOMPARE(store.saved().profiles.at(0).name, u"Guest"_s); // progress not loaded
     }
 
     void uncreatableFolderStopsPreparation()
     {
-        const QString blocker = m_dir.filePath(QStringLiteral("a-file"));
+        const QString blocker = m_dir.filePath(u"a-file"_s);
         Fixtures::writeFile(blocker, "x");
-        Store store(m_packPath, blocker + QStringLiteral("/Kestovan Aerowen"));
-        QVERIFY(store.message().startsWith(QStringLiteral("Storage could not be prepared: ")));
+        Store store(m_packPath, blocker + u"/Kestovan Aerowen"_s);
+        QVERIFY(store.message().startsWith(u"Storage could not be prepared: "_s));
         QCOMPARE(store.saved().profiles.size(), 1);
     }
 
     void missingOrUndecodableBuiltInPackIsFatal()
     {
-        QVERIFY_THROWS_EXCEPTION(BuiltInPackError,
-                                 Store(m_dir.filePath(QStringLiteral("absent.json")), freshStorage()));
-        const QString path = m_dir.filePath(QStringLiteral("garbage.json"));
+        QVERIFY_THROWS_EXCEPTION(BuiltInPackError, Store(m_dir.filePath(u"absent.json"_s), freshStorage()));
+        const QString path = m_dir.filePath(u"garbage.json"_s);
         Fixtures::writeFile(path, "{\"schema\":1}");
         QVERIFY_THROWS_EXCEPTION(BuiltInPackError, Store(path, freshStorage()));
     }
@@ -204,17 +199,16 @@ private slots:
         QFETCH(QString, revision);
         QFETCH(QString, validFrom);
         QFETCH(QStringList, expectedIds);
-        Pool general = Fixtures::pool(QStringLiteral("general"), QStringLiteral("installed"), validFrom, revision);
+        Pool general = Fixtures::pool(u"general"_s, u"installed"_s, validFrom, revision);
         Pack installed = Fixtures::pack({general});
-        installed.assets.insert(QStringLiteral("shared.png"), QStringLiteral("SU5T"));
-        installed.assets.insert(QStringLiteral("new.png"), QStringLiteral("TkVX"));
-        const QString folder = freshStorage();
-        QDir().mkpath(folder);
+        installed.assets.insert(u"shared.png"_s, u"SU5T"_s);
+        installed.assets.insert(u"new.png"_s, u"TkVX"_s);
+        const QString folder = freshStorage(true);
         Fixtures::writeFile(file(folder, "official-pools.json"), installed.toBytes());
         Pack builtIn = Fixtures::threeLevelPack();
-        builtIn.assets.insert(QStringLiteral("shared.png"), QStringLiteral("QlVJ"));
-        builtIn.assets.insert(QStringLiteral("old.png"), QStringLiteral("T0xE"));
-        const QString builtInPath = m_dir.filePath(QStringLiteral("builtin-with-assets.json"));
+        builtIn.assets.insert(u"shared.png"_s, u"QlVJ"_s);
+        builtIn.assets.insert(u"old.png"_s, u"T0xE"_s);
+        const QString builtInPath = m_dir.filePath(u"builtin-with-assets.json"_s);
         Fixtures::writeFile(builtInPath, builtIn.toBytes());
 
         Store store(builtInPath, folder);
@@ -222,31 +216,27 @@ private slots:
         for (const Pool& p : store.pack().pools)
             ids.append(p.id);
         QCOMPARE(ids, expectedIds);
-        QCOMPARE(store.pack().assets.value(QStringLiteral("shared.png")), QStringLiteral("SU5T"));
-        QCOMPARE(store.pack().assets.value(QStringLiteral("old.png")), QStringLiteral("T0xE"));
-        QCOMPARE(store.pack().assets.value(QStringLiteral("new.png")), QStringLiteral("TkVX"));
+        QCOMPARE(store.pack().assets.value(u"shared.png"_s), u"SU5T"_s);
+        QCOMPARE(store.pack().assets.value(u"old.png"_s), u"T0xE"_s);
+        QCOMPARE(store.pack().assets.value(u"new.png"_s), u"TkVX"_s);
         QCOMPARE(store.message(), QString());
-        QCOMPARE(store.updateStatus(), QStringLiteral("Bundled official pools ready for offline use."));
+        QCOMPARE(store.updateStatus(), u"Bundled official pools ready for offline use."_s);
     }
 
     void laterInstalledPoolsSeeEarlierOnes()
     {
-        Pack builtIn = Fixtures::pack({Fixtures::pool(QStringLiteral("general"), QStringLiteral("b"),
-                                                      QStringLiteral("2023-07-01"), QStringLiteral("2026-01-01"))});
-        Pack installed = Fixtures::pack({Fixtures::pool(QStringLiteral("general"), QStringLiteral("i1"),
-                                                        QStringLiteral("2023-07-01"), QStringLiteral("2026-05-01")),
-                                         Fixtures::pool(QStringLiteral("general"), QStringLiteral("i2"),
-                                                        QStringLiteral("2023-07-01"), QStringLiteral("2026-03-01"))});
+        Pack builtIn = Fixtures::pack({Fixtures::pool(u"general"_s, u"b"_s, u"2023-07-01"_s, u"2026-01-01"_s)});
+        Pack installed = Fixtures::pack({Fixtures::pool(u"general"_s, u"i1"_s, u"2023-07-01"_s, u"2026-05-01"_s),
+                                         Fixtures::pool(u"general"_s, u"i2"_s, u"2023-07-01"_s, u"2026-03-01"_s)});
         const Pack merged = mergeInstalledPack(builtIn, installed);
         QCOMPARE(merged.pools.size(), 1);
-        QCOMPARE(merged.pools.at(0).id, QStringLiteral("i1"));
+        QCOMPARE(merged.pools.at(0).id, u"i1"_s);
     }
 
     void invalidInstalledPackIsIgnoredSilently_data()
     {
         QTest::addColumn<QByteArray>("bytes");
-        Pack schema2 = Fixtures::pack({Fixtures::pool(QStringLiteral("general"), QStringLiteral("x"),
-                                                      QStringLiteral("2023-07-01"), QStringLiteral("2027-01-01"))});
+        Pack schema2 = Fixtures::pack({Fixtures::pool(u"general"_s, u"x"_s, u"2023-07-01"_s, u"2027-01-01"_s)});
         schema2.schema = 2;
         QTest::newRow("schema 2") << schema2.toBytes();
         QTest::newRow("not JSON") << QByteArray("nope");
@@ -256,8 +246,7 @@ private slots:
     void invalidInstalledPackIsIgnoredSilently()
     {
         QFETCH(QByteArray, bytes);
-        const QString folder = freshStorage();
-        QDir().mkpath(folder);
+        const QString folder = freshStorage(true);
         Fixtures::writeFile(file(folder, "official-pools.json"), bytes);
         Store store(m_packPath, folder);
         QCOMPARE(store.pack(), Fixtures::threeLevelPack());
@@ -266,15 +255,14 @@ private slots:
 
     void diagramFilesAreReadSilently()
     {
-        const QString folder = freshStorage();
-        QDir().mkpath(folder);
+        const QString folder = freshStorage(true);
         Corrections corrections;
-        corrections[QStringLiteral("d1")].insert(QStringLiteral("E6-1"), QStringLiteral("AAAA"));
+        corrections[u"d1"_s].insert(u"E6-1"_s, u"AAAA"_s);
         Fixtures::writeFile(file(folder, "diagram-corrections.json"), CorrectionsJson::toBytes(corrections));
         DiagramReview review;
-        review.level = QStringLiteral("extra");
-        review.documentKey = QStringLiteral("d1");
-        review.labels = {QStringLiteral("E6-2")};
+        review.level = u"extra"_s;
+        review.documentKey = u"d1"_s;
+        review.labels = {u"E6-2"_s};
         Fixtures::writeFile(file(folder, "diagram-review.json"), review.toBytes());
         {
             Store store(m_packPath, folder);
@@ -292,12 +280,12 @@ private slots:
     void poolsAreInDisplayOrder()
     {
         Pack pack = Fixtures::pack({
-            Fixtures::pool(QStringLiteral("extra"), QStringLiteral("e24"), QStringLiteral("2024-07-01")),
-            Fixtures::pool(QStringLiteral("general"), QStringLiteral("g23"), QStringLiteral("2023-07-01")),
-            Fixtures::pool(QStringLiteral("technician"), QStringLiteral("t22"), QStringLiteral("2022-07-01")),
-            Fixtures::pool(QStringLiteral("general"), QStringLiteral("g27"), QStringLiteral("2027-07-01")),
-            Fixtures::pool(QStringLiteral("technician"), QStringLiteral("t26"), QStringLiteral("2026-07-01")),
-            Fixtures::pool(QStringLiteral("technician"), QStringLiteral("t26b"), QStringLiteral("2026-07-01")),
+            Fixtures::pool(u"extra"_s, u"e24"_s, u"2024-07-01"_s),
+            Fixtures::pool(u"general"_s, u"g23"_s, u"2023-07-01"_s),
+            Fixtures::pool(u"technician"_s, u"t22"_s, u"2022-07-01"_s),
+            Fixtures::pool(u"general"_s, u"g27"_s, u"2027-07-01"_s),
+            Fixtures::pool(u"technician"_s, u"t26"_s, u"2026-07-01"_s),
+            Fixtures::pool(u"technician"_s, u"t26b"_s, u"2026-07-01"_s),
         });
         QStringList ids;
         for (const Pool& p : displayOrder(pack.pools))
@@ -313,46 +301,42 @@ private slots:
         store.save();
         QCOMPARE(Saved::fromBytes(Fixtures::readFile(file(folder, "progress.json"))), store.saved());
         QCOMPARE(messages.count(), 0);
-        QCOMPARE(QDir(folder).entryList(QDir::Files), QStringList{QStringLiteral("progress.json")});
+        QCOMPARE(QDir(folder).entryList(QDir::Files), QStringList{u"progress.json"_s});
 
         // A folder standing where the progress file should be makes every write fail.
         QVERIFY(QFile::remove(file(folder, "progress.json")));
         QVERIFY(QDir().mkpath(file(folder, "progress.json")));
         store.save();
-        QVERIFY2(store.message().startsWith(QStringLiteral("Progress could not be saved: ")),
-                 qPrintable(store.message()));
+        QVERIFY2(store.message().startsWith(u"Progress could not be saved: "_s), qPrintable(store.message()));
         QVERIFY(store.message().size() > 30);
     }
 
     void clearAllDataStartsAgainWithGuest()
     {
-        const QString folder = freshStorage();
-        QDir().mkpath(folder);
+        const QString folder = freshStorage(true);
         Saved saved = Saved::initial();
-        saved.profiles.append(Profile{QUuid::createUuid(), QStringLiteral("Anna"), std::nullopt});
-        saved.stats.insert(QStringLiteral("a|b|c"), Stat{1, 1, true});
+        saved.profiles.append(Profile{QUuid::createUuid(), u"Anna"_s, std::nullopt});
+        saved.stats.insert(u"a|b|c"_s, Stat{1, 1, true});
         Fixtures::writeFile(file(folder, "progress.json"), saved.toBytes());
         Fixtures::writeFile(file(folder, "progress-unreadable-100.json"), "old");
         Fixtures::writeFile(file(folder, "progress-unreadable-200.json"), "older");
         Fixtures::writeFile(file(folder, "progress-unreadable-300.txt"), "not a recovery copy");
         const QByteArray installed =
-            Fixtures::pack({Fixtures::pool(QStringLiteral("general"), QStringLiteral("inst"),
-                                           QStringLiteral("2023-07-01"), QStringLiteral("2026-09-01"))})
-                .toBytes();
+            Fixtures::pack({Fixtures::pool(u"general"_s, u"inst"_s, u"2023-07-01"_s, u"2026-09-01"_s)}).toBytes();
         Fixtures::writeFile(file(folder, "official-pools.json"), installed);
         Fixtures::writeFile(file(folder, "diagram-corrections.json"), "{}");
         Settings::open()->setValue(Settings::studyTextSize, 22.0);
-        Settings::open()->setValue(Settings::lastPoolCheck, QStringLiteral("stamp"));
+        Settings::open()->setValue(Settings::lastPoolCheck, u"stamp"_s);
 
         Store store(m_packPath, folder);
         const QUuid oldGuest = store.saved().profiles.at(0).id;
         const Pack packBefore = store.pack();
-        store.setMessage(QStringLiteral("something earlier"));
+        store.setMessage(u"something earlier"_s);
         store.clearAllData();
 
         QCOMPARE(store.message(), QString());
         QCOMPARE(store.saved().profiles.size(), 1);
-        QCOMPARE(store.saved().profiles.at(0).name, QStringLiteral("Guest"));
+        QCOMPARE(store.saved().profiles.at(0).name, u"Guest"_s);
         QVERIFY(store.saved().profiles.at(0).id != oldGuest);
         QCOMPARE(Saved::fromBytes(Fixtures::readFile(file(folder, "progress.json"))), store.saved());
         QVERIFY(recoveryCopies(folder).isEmpty());
@@ -361,7 +345,7 @@ private slots:
         QVERIFY(QFile::exists(file(folder, "diagram-corrections.json")));
         QCOMPARE(store.pack(), packBefore);
         QVERIFY(!Settings::open()->contains(Settings::studyTextSize));
-        QCOMPARE(Settings::open()->value(Settings::lastPoolCheck).toString(), QStringLiteral("stamp"));
+        QCOMPARE(Settings::open()->value(Settings::lastPoolCheck).toString(), u"stamp"_s);
     }
 
     void clearAllDataThatCannotWriteChangesNothing()
@@ -372,31 +356,9 @@ private slots:
         Fixtures::writeFile(file(folder, "progress-unreadable-5.json"), "old");
         QVERIFY(QDir().mkpath(file(folder, "progress.json")));
         store.clearAllData();
-        QVERIFY(store.message().startsWith(QStringLiteral("Could not finish clearing local data: ")));
+        QVERIFY(store.message().startsWith(u"Could not finish clearing local data: "_s));
         QCOMPARE(store.saved(), before);
         QVERIFY(QFile::exists(file(folder, "progress-unreadable-5.json")));
-    }
-
-    void encoderSplicesCachedResultsIntoValidJson()
-    {
-        Saved saved = Saved::initial();
-        Session s;
-        s.id = QUuid::createUuid();
-        s.profile = saved.profiles.at(0).id;
-        s.name = QStringLiteral("Anna");
-        s.pool = Fixtures::pool(QStringLiteral("technician"), QStringLiteral("t"), QStringLiteral("2026-07-01"),
-                                QStringLiteral("2026-02-19"), 35, 1);
-        s.mode = Modes::exam;
-        s.questions = s.pool.questions;
-        for (int i = 0; i < 3; ++i)
-            saved.results.append(Result{QUuid::createUuid(), s, double(i), 1.0 + i});
-        ProgressEncoder encoder;
-        QCOMPARE(Saved::fromBytes(encoder.encode(saved)), saved);
-        saved.results.removeAt(1);
-        saved.bookmarks.insert(QStringLiteral("x"));
-        QCOMPARE(Saved::fromBytes(encoder.encode(saved)), saved);
-        saved.results.clear();
-        QCOMPARE(Saved::fromBytes(encoder.encode(saved)), saved);
     }
 };
 

@@ -1,17 +1,18 @@
 // Learners: adding, selecting, renaming, the Guest profile and completed levels.
-#include "model/Json.h"
-#include "store/Store.h"
 #include "support/Fixtures.h"
+#include "support/StoreFixtures.h"
 #include "support/TestEnvironment.h"
 
 #include <QFileInfo>
 #include <QSignalSpy>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+using StoreFixtures::StoreRig;
+
 namespace {
 
-const QString duplicateMessage =
-    QStringLiteral("A profile with that name already exists. Select it or use a different name.");
+const QString duplicate = u"A profile with that name already exists. Select it or use a different name."_s;
 
 QStringList names(const Store& store)
 {
@@ -21,116 +22,81 @@ QStringList names(const Store& store)
     return list;
 }
 
-Saved savedOnDisk(const QString& folder)
-{
-    return Saved::fromBytes(Fixtures::readFile(folder + QStringLiteral("/progress.json")));
-}
-
 } // namespace
 
 class TestProfiles : public QObject
 {
     Q_OBJECT
 
-private:
-    QTemporaryDir m_dir;
-    QString m_pack;
-    std::unique_ptr<QTemporaryDir> m_storage;
-
-    std::unique_ptr<Store> freshStore()
-    {
-        m_storage = std::make_unique<QTemporaryDir>();
-        return std::make_unique<Store>(m_pack, m_storage->path());
-    }
+    StoreRig m_rig;
 
 private slots:
-    void initTestCase()
-    {
-        m_pack = m_dir.filePath(QStringLiteral("pools.json"));
-        Fixtures::writeFile(m_pack, Fixtures::threeLevelPack().toBytes());
-    }
-
     void addProfileCleansAndMatchesCaseInsensitively_data()
     {
         QTest::addColumn<QStringList>("typed");
         QTest::addColumn<QStringList>("expectedNames");
         QTest::addColumn<QString>("expectedCurrent");
-        QTest::newRow("trimmed") << QStringList{QStringLiteral("  Anna \n")}
-                                 << QStringList{QStringLiteral("Guest"), QStringLiteral("Anna")}
-                                 << QStringLiteral("Anna");
-        QTest::newRow("second in other case selects")
-            << QStringList{QStringLiteral("  Anna \n"), QStringLiteral("Ben"), QStringLiteral("anna")}
-            << QStringList{QStringLiteral("Guest"), QStringLiteral("Anna"), QStringLiteral("Ben")}
-            << QStringLiteral("Anna");
+        QTest::newRow("trimmed") << QStringList{u"  Anna \n"_s} << QStringList{u"Guest"_s, u"Anna"_s} << u"Anna"_s;
+        QTest::newRow("second in other case selects") << QStringList{u"  Anna \n"_s, u"Ben"_s, u"anna"_s}
+                                                      << QStringList{u"Guest"_s, u"Anna"_s, u"Ben"_s} << u"Anna"_s;
         QTest::newRow("GUEST selects Guest")
-            << QStringList{QStringLiteral("Ben"), QStringLiteral("GUEST")}
-            << QStringList{QStringLiteral("Guest"), QStringLiteral("Ben")} << QStringLiteral("Guest");
-        QTest::newRow("blanks ignored") << QStringList{QStringLiteral("Ben"), QStringLiteral(" \t\n ")}
-                                        << QStringList{QStringLiteral("Guest"), QStringLiteral("Ben")}
-                                        << QStringLiteral("Ben");
+            << QStringList{u"Ben"_s, u"GUEST"_s} << QStringList{u"Guest"_s, u"Ben"_s} << u"Guest"_s;
+        QTest::newRow("blanks ignored") << QStringList{u"Ben"_s, u" \t\n "_s} << QStringList{u"Guest"_s, u"Ben"_s}
+                                        << u"Ben"_s;
         QTest::newRow("accented case fold")
-            << QStringList{QStringLiteral("Émile"), QStringLiteral("émile")}
-            << QStringList{QStringLiteral("Guest"), QStringLiteral("Émile")} << QStringLiteral("Émile");
+            << QStringList{u"Émile"_s, u"émile"_s} << QStringList{u"Guest"_s, u"Émile"_s} << u"Émile"_s;
     }
     void addProfileCleansAndMatchesCaseInsensitively()
     {
         QFETCH(QStringList, typed);
         QFETCH(QStringList, expectedNames);
         QFETCH(QString, expectedCurrent);
-        auto store = freshStore();
+        auto store = m_rig.fresh();
         for (const QString& name : typed)
             store->addProfile(name);
         QCOMPARE(names(*store), expectedNames);
         QCOMPARE(store->profile().name, expectedCurrent);
         QVERIFY(store->message().isEmpty());
         // What the learner sees is what the file holds.
-        const Saved disk = savedOnDisk(m_storage->path());
-        QCOMPARE(disk.profiles, store->saved().profiles);
-        QCOMPARE(disk.selected, store->saved().selected);
+        QCOMPARE(m_rig.onDisk().profiles, store->saved().profiles);
+        QCOMPARE(m_rig.onDisk().selected, store->saved().selected);
     }
 
     void blankNameWritesNothing()
     {
-        auto store = freshStore();
+        auto store = m_rig.fresh();
         QSignalSpy spy(store.get(), &Store::savedChanged);
-        store->addProfile(QStringLiteral("   \n"));
-        store->renameProfile(QStringLiteral("\t"));
+        store->addProfile(u"   \n"_s);
+        store->renameProfile(u"\t"_s);
         QCOMPARE(spy.count(), 0);
-        QVERIFY(!QFileInfo::exists(m_storage->path() + QStringLiteral("/progress.json")));
+        QVERIFY(!QFileInfo::exists(m_rig.progressPath()));
     }
 
     void namesKeepEightyCharacters_data()
     {
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QString>("stored");
-        const QString hundred = QString(100, QLatin1Char('x'));
+        const QString hundred(100, u'x');
         QTest::newRow("100 letters") << hundred << hundred.left(80);
         // A family emoji is several code points but one character; e + combining acute is one character.
-        const QString family = QStringLiteral("👨‍👩‍👧");
-        QString emojis;
-        for (int i = 0; i < 85; ++i)
-            emojis += family;
-        QString eighty;
-        for (int i = 0; i < 80; ++i)
-            eighty += family;
-        QTest::newRow("emoji count once") << emojis << eighty;
-        const QString accent = QStringLiteral("e\u0301");
-        QTest::newRow("combining marks stay")
-            << QString(79, QLatin1Char('a')) + accent + QStringLiteral("zz") << QString(79, QLatin1Char('a')) + accent;
-        QTest::newRow("trim before cut") << QStringLiteral("   ") + hundred << hundred.left(80);
+        const QString family = u"👨‍👩‍👧"_s;
+        QTest::newRow("emoji count once") << family.repeated(85) << family.repeated(80);
+        const QString accented = QString(79, u'a') + u"e\u0301"_s;
+        QTest::newRow("combining marks stay") << accented + u"zz"_s << accented;
+        QTest::newRow("trim before cut") << u"   "_s + hundred << hundred.left(80);
     }
     void namesKeepEightyCharacters()
     {
         QFETCH(QString, typed);
         QFETCH(QString, stored);
-        auto store = freshStore();
+        auto store = m_rig.fresh();
         store->addProfile(typed);
         QCOMPARE(store->profile().name, stored);
         // Renaming cuts before comparing: the first 80 characters are those of the existing learner.
-        store->addProfile(QStringLiteral("Other"));
-        store->renameProfile(typed + QStringLiteral("!"));
-        QCOMPARE(store->profile().name, QStringLiteral("Other"));
-        QCOMPARE(store->message(), duplicateMessage);
+        store->addProfile(u"Other"_s);
+        store->renameProfile(typed + u"!"_s);
+        QCOMPARE(store->profile().name, u"Other"_s);
+        QCOMPARE(store->message(), duplicate);
     }
 
     void renameRules_data()
@@ -140,25 +106,16 @@ private slots:
         QTest::addColumn<QStringList>("expectedNames");
         QTest::addColumn<QString>("expectedCurrent");
         QTest::addColumn<QString>("expectedMessage");
-        const QStringList base{QStringLiteral("Guest"), QStringLiteral("Anna"), QStringLiteral("ben")};
-        QTest::newRow("onto another learner")
-            << QStringLiteral("Anna") << QStringLiteral("Ben") << base << QStringLiteral("Anna") << duplicateMessage;
+        const QStringList base{u"Guest"_s, u"Anna"_s, u"ben"_s};
+        QTest::newRow("onto another learner") << u"Anna"_s << u"Ben"_s << base << u"Anna"_s << duplicate;
         QTest::newRow("own name other case")
-            << QStringLiteral("Anna") << QStringLiteral("ANNA")
-            << QStringList{QStringLiteral("Guest"), QStringLiteral("ANNA"), QStringLiteral("ben")}
-            << QStringLiteral("ANNA") << QString();
-        QTest::newRow("free name") << QStringLiteral("Anna") << QStringLiteral(" Carla ")
-                                   << QStringList{QStringLiteral("Guest"), QStringLiteral("Carla"),
-                                                  QStringLiteral("ben")}
-                                   << QStringLiteral("Carla") << QString();
-        QTest::newRow("Guest creates named") << QStringLiteral("Guest") << QStringLiteral("Dora")
-                                             << QStringList{QStringLiteral("Guest"), QStringLiteral("Anna"),
-                                                            QStringLiteral("ben"), QStringLiteral("Dora")}
-                                             << QStringLiteral("Dora") << QString();
-        QTest::newRow("Guest selects existing")
-            << QStringLiteral("Guest") << QStringLiteral("BEN") << base << QStringLiteral("ben") << QString();
-        QTest::newRow("onto Guest is a duplicate")
-            << QStringLiteral("Anna") << QStringLiteral("guest") << base << QStringLiteral("Anna") << duplicateMessage;
+            << u"Anna"_s << u"ANNA"_s << QStringList{u"Guest"_s, u"ANNA"_s, u"ben"_s} << u"ANNA"_s << QString();
+        QTest::newRow("free name") << u"Anna"_s << u" Carla "_s << QStringList{u"Guest"_s, u"Carla"_s, u"ben"_s}
+                                   << u"Carla"_s << QString();
+        QTest::newRow("Guest creates named")
+            << u"Guest"_s << u"Dora"_s << base + QStringList{u"Dora"_s} << u"Dora"_s << QString();
+        QTest::newRow("Guest selects existing") << u"Guest"_s << u"BEN"_s << base << u"ben"_s << QString();
+        QTest::newRow("onto Guest is a duplicate") << u"Anna"_s << u"guest"_s << base << u"Anna"_s << duplicate;
     }
     void renameRules()
     {
@@ -167,72 +124,66 @@ private slots:
         QFETCH(QStringList, expectedNames);
         QFETCH(QString, expectedCurrent);
         QFETCH(QString, expectedMessage);
-        auto store = freshStore();
-        store->addProfile(QStringLiteral("Anna"));
-        store->addProfile(QStringLiteral("ben"));
+        auto store = m_rig.fresh();
+        store->addProfile(u"Anna"_s);
+        store->addProfile(u"ben"_s);
         store->addProfile(current);
         const Profile before = store->profile();
         store->renameProfile(newName);
         QCOMPARE(names(*store), expectedNames);
         QCOMPARE(store->profile().name, expectedCurrent);
         QCOMPARE(store->message(), expectedMessage);
-        if (expectedMessage.isEmpty() && current != QLatin1StringView("Guest"))
+        if (expectedMessage.isEmpty() && current != "Guest"_L1)
             QCOMPARE(store->profile().id, before.id); // renamed, not replaced
-        QCOMPARE(savedOnDisk(m_storage->path()).profiles, store->saved().profiles);
+        QCOMPARE(m_rig.onDisk().profiles, store->saved().profiles);
     }
 
     void renameKeepsNamesOfStartedSessions()
     {
-        auto store = freshStore();
-        store->addProfile(QStringLiteral("Anna"));
-        store->begin(store->pools().first(), QStringLiteral("Study All"), QStringLiteral("Anna"), false, QString());
-        store->renameProfile(QStringLiteral("Annabel"));
-        QCOMPARE(store->session()->name, QStringLiteral("Anna"));
-        QCOMPARE(store->saved().drafts.first().name, QStringLiteral("Anna"));
+        auto store = m_rig.fresh();
+        store->addProfile(u"Anna"_s);
+        store->begin(store->pools().first(), u"Study All"_s, u"Anna"_s, false, QString());
+        store->renameProfile(u"Annabel"_s);
+        QCOMPARE(store->session()->name, u"Anna"_s);
+        QCOMPARE(store->saved().drafts.first().name, u"Anna"_s);
     }
 
     void profileFallsBackToFirst()
     {
-        auto store = freshStore();
+        auto store = m_rig.fresh();
         const QUuid guest = store->profile().id;
-        store->addProfile(QStringLiteral("Anna"));
+        store->addProfile(u"Anna"_s);
         QVERIFY(store->profile().id != guest);
         store->select(QUuid::createUuid());
         QCOMPARE(store->profile().id, guest);
         QVERIFY(store->saved().selected.has_value()); // the unknown id is kept as given
         store->select(store->saved().profiles.at(1).id);
-        QCOMPARE(store->profile().name, QStringLiteral("Anna"));
-    }
-
-    void completedLevelsHideAndShowPools()
-    {
-        auto store = freshStore();
-        store->addProfile(QStringLiteral("Anna"));
-        QCOMPARE(store->studyPools().size(), 3);
-        store->setLevelComplete(QStringLiteral("technician"), true);
-        const QList<Pool> without = store->studyPools();
-        QCOMPARE(without.size(), 2);
-        QCOMPARE(without.at(0).level, QStringLiteral("general"));
-        QCOMPARE(without.at(1).level, QStringLiteral("extra"));
-        store->setLevelComplete(QStringLiteral("technician"), false);
-        QCOMPARE(store->studyPools().size(), 3);
-        // Another learner is not affected, and the file keeps an empty, present set.
-        const Saved disk = savedOnDisk(m_storage->path());
-        QCOMPARE(disk.profiles.at(1).completedLevels, std::optional<QSet<QString>>(QSet<QString>()));
-        QVERIFY(Fixtures::readFile(m_storage->path() + QStringLiteral("/progress.json"))
-                    .contains("\"completedLevels\":[]"));
-        QCOMPARE(disk.profiles.at(0).completedLevels, std::nullopt);
+        QCOMPARE(store->profile().name, u"Anna"_s);
     }
 
     void completedLevelsArePerProfile()
     {
-        auto store = freshStore();
-        store->addProfile(QStringLiteral("Anna"));
-        store->setLevelComplete(QStringLiteral("extra"), true);
-        store->setLevelComplete(QStringLiteral("anything"), true);
+        auto store = m_rig.fresh();
+        store->addProfile(u"Anna"_s);
+        QCOMPARE(store->studyPools().size(), 3);
+        store->setLevelComplete(u"technician"_s, true);
+        const QList<Pool> without = store->studyPools();
+        QCOMPARE(without.size(), 2);
+        QCOMPARE(without.at(0).level, u"general"_s);
+        QCOMPARE(without.at(1).level, u"extra"_s);
+        store->setLevelComplete(u"technician"_s, false);
+        QCOMPARE(store->studyPools().size(), 3);
+        // Another learner is not affected, and the file keeps an empty, present set.
+        const Saved disk = m_rig.onDisk();
+        QCOMPARE(disk.profiles.at(1).completedLevels, std::optional<QSet<QString>>(QSet<QString>()));
+        QVERIFY(Fixtures::readFile(m_rig.progressPath()).contains("\"completedLevels\":[]"));
+        QCOMPARE(disk.profiles.at(0).completedLevels, std::nullopt);
+        // Any level name is kept as given; a new learner starts with every pool.
+        store->setLevelComplete(u"extra"_s, true);
+        store->setLevelComplete(u"anything"_s, true);
         QCOMPARE(store->profile().completedLevels,
-                 std::optional<QSet<QString>>(QSet<QString>{QStringLiteral("extra"), QStringLiteral("anything")}));
-        store->addProfile(QStringLiteral("Ben"));
+                 std::optional<QSet<QString>>(QSet<QString>{u"extra"_s, u"anything"_s}));
+        store->addProfile(u"Ben"_s);
         QCOMPARE(store->studyPools().size(), 3);
     }
 };

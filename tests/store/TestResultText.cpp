@@ -7,6 +7,8 @@
 #include <QDir>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using Answers = QMap<QString, qint64>;
 
 namespace {
@@ -16,14 +18,14 @@ constexpr double finishedAt = 817073160;
 
 Result sample(const QMap<QString, qint64>& answers, double seconds = 0)
 {
-    Pool pool = Fixtures::pool(QStringLiteral("technician"), QStringLiteral("tech-2026"));
+    Pool pool = Fixtures::pool(u"technician"_s, u"tech-2026"_s);
     Session s;
     s.id = QUuid::createUuid();
     s.profile = QUuid::createUuid();
-    s.name = QStringLiteral("Zoë Ω");
-    s.mode = QStringLiteral("Exam");
+    s.name = u"Zoë Ω"_s;
+    s.mode = u"Exam"_s;
     s.questions = pool.questions.mid(0, 3); // correct answers: 1, 2, 3
-    s.questions[0].prompt = QStringLiteral("Which Ω — café?");
+    s.questions[0].prompt = u"Which Ω — café?"_s;
     s.pool = pool;
     s.answers = answers;
     Result r;
@@ -43,7 +45,7 @@ class TestResultText : public QObject
 private slots:
     void exportListsEveryQuestion()
     {
-        const Result r = sample({{QStringLiteral("T1A01"), 1}, {QStringLiteral("T1A02"), 0}});
+        const Result r = sample({{u"T1A01"_s, 1}, {u"T1A02"_s, 0}});
         const QString expected = QStringLiteral("Kestovan Aerowen\n"
                                                 "Zoë Ω — Technician\n"
                                                 "Exam · Pool tech-2026\n"
@@ -74,7 +76,7 @@ private slots:
         const QString header = QStringLiteral("Kestovan Aerowen — Practice Result\n"
                                               "Zoë Ω · Technician\n");
         QTest::newRow("one right, one wrong, one unanswered")
-            << QMap<QString, qint64>{{QStringLiteral("T1A01"), 1}, {QStringLiteral("T1A02"), 0}} << 3725.9
+            << QMap<QString, qint64>{{u"T1A01"_s, 1}, {u"T1A02"_s, 0}} << 3725.9
             << header + QStringLiteral("Score 1/3 · 01:02:05\n"
                                        "Pool tech-2026\n"
                                        "\n"
@@ -87,26 +89,22 @@ private slots:
                                        "Correct: D of T1A03\n"
                                        "\n");
         QTest::newRow("perfect prints the header only")
-            << QMap<QString, qint64>{{QStringLiteral("T1A01"), 1},
-                                     {QStringLiteral("T1A02"), 2},
-                                     {QStringLiteral("T1A03"), 3}}
-            << 0.0 << header + QStringLiteral("Score 3/3 · 00:00:00\nPool tech-2026\n\n");
+            << QMap<QString, qint64>{{u"T1A01"_s, 1}, {u"T1A02"_s, 2}, {u"T1A03"_s, 3}} << 0.0
+            << header + u"Score 3/3 · 00:00:00\nPool tech-2026\n\n"_s;
         // A damaged progress file may hold an index outside the answers; it must not be used.
-        QTest::newRow("index outside the answers") << QMap<QString, qint64>{{QStringLiteral("T1A01"), 1},
-                                                                            {QStringLiteral("T1A02"), 7},
-                                                                            {QStringLiteral("T1A03"), -1}}
-                                                   << 59.99
-                                                   << header + QStringLiteral("Score 1/3 · 00:00:59\n"
-                                                                              "Pool tech-2026\n"
-                                                                              "\n"
-                                                                              "T1A02: What is T1A02?\n"
-                                                                              "Your answer: Unanswered\n"
-                                                                              "Correct: C of T1A02\n"
-                                                                              "\n"
-                                                                              "T1A03: What is T1A03?\n"
-                                                                              "Your answer: Unanswered\n"
-                                                                              "Correct: D of T1A03\n"
-                                                                              "\n");
+        QTest::newRow("index outside the answers")
+            << QMap<QString, qint64>{{u"T1A01"_s, 1}, {u"T1A02"_s, 7}, {u"T1A03"_s, -1}} << 59.99
+            << header + QStringLiteral("Score 1/3 · 00:00:59\n"
+                                       "Pool tech-2026\n"
+                                       "\n"
+                                       "T1A02: What is T1A02?\n"
+                                       "Your answer: Unanswered\n"
+                                       "Correct: C of T1A02\n"
+                                       "\n"
+                                       "T1A03: What is T1A03?\n"
+                                       "Your answer: Unanswered\n"
+                                       "Correct: D of T1A03\n"
+                                       "\n");
     }
     void printListsOnlyMissedQuestions()
     {
@@ -118,11 +116,11 @@ private slots:
 
     void damagedCorrectIndexIsNotUsed()
     {
-        Result r = sample({{QStringLiteral("T1A01"), 9}});
+        Result r = sample({{u"T1A01"_s, 9}});
         r.session.questions[0].correct = 4;
         const QString text = resultExportText(r);
-        QVERIFY(text.contains(QStringLiteral("T1A01: Which Ω — café?\nYour answer: Unanswered\nCorrect answer: ")));
-        QVERIFY(resultPrintText(r).contains(QStringLiteral("T1A01: ")));
+        QVERIFY(text.contains(u"T1A01: Which Ω — café?\nYour answer: Unanswered\nCorrect answer: "_s));
+        QVERIFY(resultPrintText(r).contains(u"T1A01: "_s));
     }
 
     void exportWritesThroughTheSavePanel_data()
@@ -130,10 +128,10 @@ private slots:
         QTest::addColumn<QString>("target"); // relative to a temporary folder; empty means cancelled
         QTest::addColumn<bool>("written");
         QTest::addColumn<bool>("failed");
-        QTest::newRow("chosen file") << QStringLiteral("mine.txt") << true << false;
-        QTest::newRow("non-ASCII name") << QStringLiteral("Résultat Ω.txt") << true << false;
+        QTest::newRow("chosen file") << u"mine.txt"_s << true << false;
+        QTest::newRow("non-ASCII name") << u"Résultat Ω.txt"_s << true << false;
         QTest::newRow("cancelled") << QString() << false << false;
-        QTest::newRow("folder is a file") << QStringLiteral("blocker/result.txt") << false << true;
+        QTest::newRow("folder is a file") << u"blocker/result.txt"_s << false << true;
     }
     void exportWritesThroughTheSavePanel()
     {
@@ -142,7 +140,7 @@ private slots:
         QFETCH(bool, failed);
         QTemporaryDir storage;
         QTemporaryDir out;
-        Fixtures::writeFile(out.filePath(QStringLiteral("blocker")), "not a folder");
+        Fixtures::writeFile(out.filePath(u"blocker"_s), "not a folder");
         Store store(Fixtures::sourcePackPath(), storage.path());
         QStringList proposed;
         store.setSavePanel([&](const QString& name) -> std::optional<QString> {
@@ -151,12 +149,12 @@ private slots:
                 return std::nullopt;
             return out.filePath(target);
         });
-        const Result r = sample({{QStringLiteral("T1A02"), 3}});
+        const Result r = sample({{u"T1A02"_s, 3}});
         const QString path = out.filePath(target);
         if (written)
             Fixtures::writeFile(path, "an older export that is much longer than the new one would be, replaced whole");
         store.exportResult(r);
-        QCOMPARE(proposed, QStringList{QStringLiteral("Aerowen-Result.txt")});
+        QCOMPARE(proposed, QStringList{u"Aerowen-Result.txt"_s});
         if (written) {
             // UTF-8 without byte-order mark, the whole old file replaced.
             QCOMPARE(Fixtures::readFile(path), resultExportText(r).toUtf8());

@@ -6,65 +6,60 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-// One stored result, described by what the boards look at.
+// One stored result, described by what the boards look at; the tag tells results apart.
 struct Entry
 {
     QString tag;
-    QString name = QStringLiteral("Alice");
+    QString name = u"Alice"_s;
     qint64 score = 30;
     double seconds = 1200;
     double finished = 100;
-    QString pool = QStringLiteral("tech-2026");
-    QString mode = QStringLiteral("Exam");
+    QString pool = u"tech-2026"_s;
+    QString mode = u"Exam"_s;
     QString challenge;
     bool eligible = true;
     qsizetype questions = 35;
     QUuid profile;
 };
+using Entries = QList<Entry>;
 
 const Pool& techPool()
 {
-    static const Pool pool = Fixtures::pool(QStringLiteral("technician"), QStringLiteral("tech-2026"));
+    static const Pool pool = Fixtures::pool(u"technician"_s, u"tech-2026"_s);
     return pool;
 }
 
+// The tag is kept in the pool's source field.
 Result makeResult(const Entry& e)
 {
-    Pool pool = techPool();
-    pool.id = e.pool;
     Session s;
     s.id = QUuid::createUuid();
     s.profile = e.profile;
     s.name = e.name;
-    s.pool = pool;
+    s.pool = techPool();
+    s.pool.id = e.pool;
     s.mode = e.mode;
     s.challenge = e.challenge;
-    s.questions = examQuestions(pool, e.tag).mid(0, e.questions);
+    s.questions = examQuestions(s.pool, e.tag).mid(0, e.questions);
+    s.pool.source = e.tag;
     for (qsizetype i = 0; i < s.questions.size(); ++i) {
         const Question& q = s.questions.at(i);
         s.answers.insert(q.id, i < e.score ? q.correct : (q.correct + 1) % 4);
     }
     s.eligible = e.eligible;
-    Result r;
-    r.id = QUuid::createUuid();
-    r.session = s;
-    r.finished = e.finished;
-    r.seconds = e.seconds;
-    r.session.elapsed = e.seconds;
-    return r;
+    s.elapsed = e.seconds;
+    return Result{QUuid::createUuid(), s, e.finished, e.seconds};
 }
 
-// Results are told apart by the tag, which is kept in the pool's source field.
-QList<Result> makeResults(const QList<Entry>& entries)
+QList<Result> makeResults(const Entries& entries)
 {
     QList<Result> list;
-    for (const Entry& e : entries) {
-        Result r = makeResult(e);
-        r.session.pool.source = e.tag;
-        list.append(r);
-    }
+    for (const Entry& e : entries)
+        list.append(makeResult(e));
     return list;
 }
 
@@ -74,15 +69,6 @@ QStringList tags(const QList<Result>& results)
     for (const Result& r : results)
         list.append(r.session.pool.source);
     return list;
-}
-
-Entry entry(const QString& tag, std::function<void(Entry&)> edit = {})
-{
-    Entry e;
-    e.tag = tag;
-    if (edit)
-        edit(e);
-    return e;
 }
 
 } // namespace
@@ -96,110 +82,67 @@ class TestResults : public QObject
 private slots:
     void leaderboardRanksBestPerName_data()
     {
-        QTest::addColumn<QList<Entry>>("entries");
-        QTest::addColumn<QString>("pool");
+        QTest::addColumn<Entries>("entries");
         QTest::addColumn<QString>("challenge");
         QTest::addColumn<QStringList>("expected");
-
+        const QString club = u"Club Challenge"_s;
         QTest::newRow("faster best of same learner, higher score above")
-            << QList<Entry>{entry(QStringLiteral("a20"), [](Entry& e) { e.seconds = 1200; }),
-                            entry(QStringLiteral("a15"), [](Entry& e) { e.seconds = 900; }),
-                            entry(QStringLiteral("b31"),
-                                  [](Entry& e) {
-                                      e.name = QStringLiteral("Bob");
-                                      e.score = 31;
-                                      e.seconds = 2400;
-                                  })}
-            << QStringLiteral("tech-2026") << QString() << QStringList{QStringLiteral("b31"), QStringLiteral("a15")};
+            << Entries{{.tag = u"a20"_s},
+                       {.tag = u"a15"_s, .seconds = 900},
+                       {.tag = u"b31"_s, .name = u"Bob"_s, .score = 31, .seconds = 2400}}
+            << QString() << QStringList{u"b31"_s, u"a15"_s};
         QTest::newRow("names in any case and blanks are one learner")
-            << QList<Entry>{entry(QStringLiteral("lower"), [](Entry& e) { e.name = QStringLiteral(" alice "); }),
-                            entry(QStringLiteral("upper"),
-                                  [](Entry& e) {
-                                      e.name = QStringLiteral("ALICE");
-                                      e.score = 32;
-                                  })}
-            << QStringLiteral("tech-2026") << QString() << QStringList{QStringLiteral("upper")};
+            << Entries{{.tag = u"lower"_s, .name = u" alice "_s}, {.tag = u"upper"_s, .name = u"ALICE"_s, .score = 32}}
+            << QString() << QStringList{u"upper"_s};
         QTest::newRow("never on a board")
-            << QList<Entry>{entry(QStringLiteral("guest"), [](Entry& e) { e.name = QStringLiteral(" gUEST "); }),
-                            entry(QStringLiteral("blank"), [](Entry& e) { e.name = QStringLiteral("  "); }),
-                            entry(QStringLiteral("practice"), [](Entry& e) { e.mode = QStringLiteral("Study All"); }),
-                            entry(QStringLiteral("resumed"), [](Entry& e) { e.eligible = false; }),
-                            entry(QStringLiteral("short"), [](Entry& e) { e.questions = 34; }),
-                            entry(QStringLiteral("ok"),
-                                  [](Entry& e) {
-                                      e.name = QStringLiteral("Zed");
-                                      e.score = 1;
-                                  })}
-            << QStringLiteral("tech-2026") << QString() << QStringList{QStringLiteral("ok")};
+            << Entries{{.tag = u"guest"_s, .name = u" gUEST "_s},      {.tag = u"blank"_s, .name = u"  "_s},
+                       {.tag = u"practice"_s, .mode = u"Study All"_s}, {.tag = u"resumed"_s, .eligible = false},
+                       {.tag = u"short"_s, .questions = 34},           {.tag = u"ok"_s, .name = u"Zed"_s, .score = 1}}
+            << QString() << QStringList{u"ok"_s};
         QTest::newRow("other pool and challenges apart")
-            << QList<Entry>{entry(QStringLiteral("poolB"), [](Entry& e) { e.pool = QStringLiteral("tech-2022"); }),
-                            entry(QStringLiteral("codeX"),
-                                  [](Entry& e) {
-                                      e.mode = QStringLiteral("Club Challenge");
-                                      e.challenge = QStringLiteral("X");
-                                  }),
-                            entry(QStringLiteral("plain"), [](Entry& e) { e.score = 2; })}
-            << QStringLiteral("tech-2026") << QString() << QStringList{QStringLiteral("plain")};
-        QTest::newRow("challenge board") << QList<Entry>{entry(QStringLiteral("codeX"),
-                                                               [](Entry& e) {
-                                                                   e.mode = QStringLiteral("Club Challenge");
-                                                                   e.challenge = QStringLiteral("X");
-                                                               }),
-                                                         entry(QStringLiteral("codex"),
-                                                               [](Entry& e) {
-                                                                   e.name = QStringLiteral("Bob");
-                                                                   e.mode = QStringLiteral("Club Challenge");
-                                                                   e.challenge = QStringLiteral("x");
-                                                               }),
-                                                         entry(QStringLiteral("plain"))}
-                                         << QStringLiteral("tech-2026") << QStringLiteral("X")
-                                         << QStringList{QStringLiteral("codeX")};
+            << Entries{{.tag = u"poolB"_s, .pool = u"tech-2022"_s},
+                       {.tag = u"codeX"_s, .mode = club, .challenge = u"X"_s},
+                       {.tag = u"plain"_s, .score = 2}}
+            << QString() << QStringList{u"plain"_s};
+        QTest::newRow("challenge board")
+            << Entries{{.tag = u"codeX"_s, .mode = club, .challenge = u"X"_s},
+                       {.tag = u"codex"_s, .name = u"Bob"_s, .mode = club, .challenge = u"x"_s},
+                       {.tag = u"plain"_s}}
+            << u"X"_s << QStringList{u"codeX"_s};
         QTest::newRow("equal score and time: earlier finish first")
-            << QList<Entry>{entry(QStringLiteral("late"), [](Entry& e) { e.finished = 500; }),
-                            entry(QStringLiteral("early"),
-                                  [](Entry& e) {
-                                      e.name = QStringLiteral("Bob");
-                                      e.finished = 400;
-                                  })}
-            << QStringLiteral("tech-2026") << QString() << QStringList{QStringLiteral("early"), QStringLiteral("late")};
+            << Entries{{.tag = u"late"_s, .finished = 500}, {.tag = u"early"_s, .name = u"Bob"_s, .finished = 400}}
+            << QString() << QStringList{u"early"_s, u"late"_s};
         QTest::newRow("complete tie keeps stored order")
-            << QList<Entry>{entry(QStringLiteral("first"), [](Entry& e) { e.name = QStringLiteral("Cid"); }),
-                            entry(QStringLiteral("second"), [](Entry& e) { e.name = QStringLiteral("Ann"); }),
-                            entry(QStringLiteral("third"), [](Entry& e) { e.name = QStringLiteral("Bob"); })}
-            << QStringLiteral("tech-2026") << QString()
-            << QStringList{QStringLiteral("first"), QStringLiteral("second"), QStringLiteral("third")};
-
-        QList<Entry> twelve;
+            << Entries{{.tag = u"first"_s, .name = u"Cid"_s},
+                       {.tag = u"second"_s, .name = u"Ann"_s},
+                       {.tag = u"third"_s, .name = u"Bob"_s}}
+            << QString() << QStringList{u"first"_s, u"second"_s, u"third"_s};
+        Entries twelve;
         QStringList topTen;
         for (int i = 0; i < 12; ++i) {
-            const QString tag = QStringLiteral("l%1").arg(i);
-            twelve.append(entry(tag, [i](Entry& e) {
-                e.name = QStringLiteral("Learner %1").arg(i);
-                e.score = 20 + i;
-            }));
+            twelve.append({.tag = u"l%1"_s.arg(i), .name = u"Learner %1"_s.arg(i), .score = 20 + i});
             if (i >= 2)
-                topTen.prepend(tag);
+                topTen.prepend(twelve.last().tag);
         }
-        QTest::newRow("twelve learners, ten listed") << twelve << QStringLiteral("tech-2026") << QString() << topTen;
-        QTest::newRow("empty") << QList<Entry>{} << QStringLiteral("tech-2026") << QString() << QStringList{};
+        QTest::newRow("twelve learners, ten listed") << twelve << QString() << topTen;
+        QTest::newRow("empty") << Entries{} << QString() << QStringList{};
     }
     void leaderboardRanksBestPerName()
     {
-        QFETCH(QList<Entry>, entries);
-        QFETCH(QString, pool);
+        QFETCH(Entries, entries);
         QFETCH(QString, challenge);
         QFETCH(QStringList, expected);
-        QCOMPARE(tags(leaderboard(makeResults(entries), pool, challenge)), expected);
+        QCOMPARE(tags(leaderboard(makeResults(entries), u"tech-2026"_s, challenge)), expected);
     }
 
     void boardCodeTrimsBlanksOnly_data()
     {
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QString>("code");
-        QTest::newRow("blanks") << QStringLiteral("  club-7\t") << QStringLiteral("CLUB-7");
-        QTest::newRow("line break kept") << QStringLiteral("club\n") << QStringLiteral("CLUB\n");
-        QTest::newRow("no cut") << QString(70, QLatin1Char('a')) << QString(70, QLatin1Char('A'));
-        QTest::newRow("empty") << QStringLiteral("   ") << QString();
+        QTest::newRow("blanks") << u"  club-7\t"_s << u"CLUB-7"_s;
+        QTest::newRow("line break kept") << u"club\n"_s << u"CLUB\n"_s;
+        QTest::newRow("no cut") << QString(70, u'a') << QString(70, u'A');
+        QTest::newRow("empty") << u"   "_s << QString();
     }
     void boardCodeTrimsBlanksOnly()
     {
@@ -211,32 +154,29 @@ private slots:
     void rankingPoolsAddOldPoolsAndSkipDoneLevels()
     {
         const Pack pack = Fixtures::threeLevelPack();
-        QList<Result> results =
-            makeResults({entry(QStringLiteral("old"), [](Entry& e) { e.pool = QStringLiteral("tech-2022"); }),
-                         entry(QStringLiteral("current")),
-                         entry(QStringLiteral("old2"), [](Entry& e) { e.pool = QStringLiteral("tech-2022"); })});
-        QStringList ids;
-        for (const Pool& p : rankingPools(pack.pools, results, {}))
-            ids.append(p.id);
-        QCOMPARE(ids, (QStringList{QStringLiteral("tech-2026"), QStringLiteral("general-2023"),
-                                   QStringLiteral("extra-2024"), QStringLiteral("tech-2022")}));
-        ids.clear();
-        for (const Pool& p : rankingPools(pack.pools, results, {QStringLiteral("technician")}))
-            ids.append(p.id);
-        QCOMPARE(ids, (QStringList{QStringLiteral("general-2023"), QStringLiteral("extra-2024")}));
+        const QList<Result> results = makeResults(
+            {{.tag = u"old"_s, .pool = u"tech-2022"_s}, {.tag = u"now"_s}, {.tag = u"old2"_s, .pool = u"tech-2022"_s}});
+        const auto poolIds = [&](const QSet<QString>& done) {
+            QStringList ids;
+            for (const Pool& p : rankingPools(pack.pools, results, done))
+                ids.append(p.id);
+            return ids;
+        };
+        QCOMPARE(poolIds({}), (QStringList{u"tech-2026"_s, u"general-2023"_s, u"extra-2024"_s, u"tech-2022"_s}));
+        QCOMPARE(poolIds({u"technician"_s}), (QStringList{u"general-2023"_s, u"extra-2024"_s}));
     }
 
     void durationPrintsHoursMinutesSeconds_data()
     {
         QTest::addColumn<double>("seconds");
         QTest::addColumn<QString>("text");
-        QTest::newRow("zero") << 0.0 << QStringLiteral("00:00:00");
-        QTest::newRow("truncated") << 75.9 << QStringLiteral("00:01:15");
-        QTest::newRow("59.99") << 59.99 << QStringLiteral("00:00:59");
-        QTest::newRow("hours") << 3725.0 << QStringLiteral("01:02:05");
-        QTest::newRow("100 hours") << 360000.0 << QStringLiteral("100:00:00");
-        QTest::newRow("negative") << -3.0 << QStringLiteral("00:00:00");
-        QTest::newRow("not a number") << std::nan("") << QStringLiteral("00:00:00");
+        QTest::newRow("zero") << 0.0 << u"00:00:00"_s;
+        QTest::newRow("truncated") << 75.9 << u"00:01:15"_s;
+        QTest::newRow("59.99") << 59.99 << u"00:00:59"_s;
+        QTest::newRow("hours") << 3725.0 << u"01:02:05"_s;
+        QTest::newRow("100 hours") << 360000.0 << u"100:00:00"_s;
+        QTest::newRow("negative") << -3.0 << u"00:00:00"_s;
+        QTest::newRow("not a number") << std::nan("") << u"00:00:00"_s;
     }
     void durationPrintsHoursMinutesSeconds()
     {
@@ -248,42 +188,25 @@ private slots:
     void historyIsOwnNewestFirst()
     {
         const QUuid anna = QUuid::createUuid();
-        const QUuid other = QUuid::createUuid();
-        const QList<Result> results = makeResults({
-            entry(QStringLiteral("1"), [&](Entry& e) { e.profile = anna; }),
-            entry(QStringLiteral("2"), [&](Entry& e) { e.profile = other; }),
-            entry(QStringLiteral("3"),
-                  [&](Entry& e) {
-                      e.profile = anna;
-                      e.name = QStringLiteral("guest");
-                  }),
-            entry(QStringLiteral("4"),
-                  [&](Entry& e) {
-                      e.profile = anna;
-                      e.mode = QStringLiteral("Study All");
-                  }),
-        });
-        QCOMPARE(tags(history(results, anna)), (QStringList{QStringLiteral("4"), QStringLiteral("1")}));
+        const QList<Result> results = makeResults({{.tag = u"1"_s, .profile = anna},
+                                                   {.tag = u"2"_s, .profile = QUuid::createUuid()},
+                                                   {.tag = u"3"_s, .name = u"guest"_s, .profile = anna},
+                                                   {.tag = u"4"_s, .mode = u"Study All"_s, .profile = anna}});
+        QCOMPARE(tags(history(results, anna)), (QStringList{u"4"_s, u"1"_s}));
     }
 
     void statusLineByFirstRule_data()
     {
         QTest::addColumn<Entry>("e");
         QTest::addColumn<QString>("line");
-        QTest::newRow("guest exam") << entry(QStringLiteral("g"), [](Entry& e) { e.name = QStringLiteral("GUEST"); })
-                                    << QStringLiteral("Guest result — not saved to history, progress or the top 10.");
-        QTest::newRow("eligible") << entry(QStringLiteral("e"))
-                                  << QStringLiteral(
-                                         "Eligible for the local top 10. Score ranks first; time breaks ties.");
-        QTest::newRow("interrupted") << entry(QStringLiteral("i"), [](Entry& e) {
-            e.eligible = false;
-        }) << QStringLiteral("Practice result — excluded from rankings because it was interrupted.");
-        QTest::newRow("incomplete challenge") << entry(QStringLiteral("c"), [](Entry& e) {
-            e.mode = QStringLiteral("Club Challenge");
-            e.questions = 3;
-        }) << QStringLiteral("Practice result — excluded from rankings because it was interrupted.");
-        QTest::newRow("practice") << entry(QStringLiteral("p"), [](Entry& e) { e.mode = QStringLiteral("Mistakes"); })
-                                  << QString();
+        const QString interrupted = u"Practice result — excluded from rankings because it was interrupted."_s;
+        QTest::newRow("guest exam") << Entry{.name = u"GUEST"_s}
+                                    << u"Guest result — not saved to history, progress or the top 10."_s;
+        QTest::newRow("eligible") << Entry{}
+                                  << u"Eligible for the local top 10. Score ranks first; time breaks ties."_s;
+        QTest::newRow("interrupted") << Entry{.eligible = false} << interrupted;
+        QTest::newRow("incomplete challenge") << Entry{.mode = u"Club Challenge"_s, .questions = 3} << interrupted;
+        QTest::newRow("practice") << Entry{.mode = u"Mistakes"_s} << QString();
     }
     void statusLineByFirstRule()
     {
@@ -297,39 +220,28 @@ private slots:
 
     void readinessCountsRecentFreshExams_data()
     {
-        QTest::addColumn<QList<Entry>>("entries");
+        QTest::addColumn<Entries>("entries");
         QTest::addColumn<QString>("text");
-        const auto pass = [](const QString& tag) { return entry(tag, [](Entry& e) { e.score = 26; }); };
-        const auto fail = [](const QString& tag) { return entry(tag, [](Entry& e) { e.score = 25; }); };
-        QTest::newRow("none") << QList<Entry>{} << QStringLiteral("Take a fresh exam to begin tracking readiness.");
-        QTest::newRow("three passed") << QList<Entry>{pass(QStringLiteral("1")), pass(QStringLiteral("2")),
-                                                      pass(QStringLiteral("3"))}
-                                      << QStringLiteral(
-                                             "Recent fresh exams: 3/3 passed. Keep practising for consistency.");
+        const Entry pass{.score = 26}, fail{.score = 25};
+        const QString keep = u"Keep practising for consistency."_s;
+        QTest::newRow("none") << Entries{} << u"Take a fresh exam to begin tracking readiness."_s;
+        QTest::newRow("three passed") << Entries{pass, pass, pass} << u"Recent fresh exams: 3/3 passed. "_s + keep;
         QTest::newRow("last five passed after a failure")
-            << QList<Entry>{fail(QStringLiteral("0")), pass(QStringLiteral("1")), pass(QStringLiteral("2")),
-                            pass(QStringLiteral("3")), pass(QStringLiteral("4")), pass(QStringLiteral("5"))}
-            << QStringLiteral("Recent fresh exams: 5/5 passed. Consistent passing results.");
-        QTest::newRow("four of five") << QList<Entry>{pass(QStringLiteral("1")), fail(QStringLiteral("2")),
-                                                      pass(QStringLiteral("3")), pass(QStringLiteral("4")),
-                                                      pass(QStringLiteral("5"))}
-                                      << QStringLiteral(
-                                             "Recent fresh exams: 4/5 passed. Keep practising for consistency.");
+            << Entries{fail, pass, pass, pass, pass, pass}
+            << u"Recent fresh exams: 5/5 passed. Consistent passing results."_s;
+        QTest::newRow("four of five") << Entries{pass, fail, pass, pass, pass}
+                                      << u"Recent fresh exams: 4/5 passed. "_s + keep;
         QTest::newRow("challenges, practice, other pools and learners do not count")
-            << QList<Entry>{pass(QStringLiteral("1")),
-                            entry(QStringLiteral("c"),
-                                  [](Entry& e) {
-                                      e.mode = QStringLiteral("Club Challenge");
-                                      e.challenge = QStringLiteral("X");
-                                  }),
-                            entry(QStringLiteral("o"), [](Entry& e) { e.pool = QStringLiteral("tech-2022"); }),
-                            entry(QStringLiteral("l"), [](Entry& e) { e.profile = QUuid::createUuid(); }),
-                            entry(QStringLiteral("r"), [](Entry& e) { e.eligible = false; })}
-            << QStringLiteral("Recent fresh exams: 1/1 passed. Keep practising for consistency.");
+            << Entries{pass,
+                       {.mode = u"Club Challenge"_s, .challenge = u"X"_s},
+                       {.pool = u"tech-2022"_s},
+                       {.profile = QUuid::createUuid()},
+                       {.eligible = false}}
+            << u"Recent fresh exams: 1/1 passed. "_s + keep;
     }
     void readinessCountsRecentFreshExams()
     {
-        QFETCH(QList<Entry>, entries);
+        QFETCH(Entries, entries);
         QFETCH(QString, text);
         const QUuid anna = QUuid::createUuid();
         for (Entry& e : entries) {
@@ -340,51 +252,45 @@ private slots:
         saved.results = makeResults(entries);
         const PoolProgress p = poolProgress(techPool(), saved, anna);
         QCOMPARE(p.readiness, text);
-        QCOMPARE(p.caption, QStringLiteral("Practice performance is not a guarantee of an official exam result."));
+        QCOMPARE(p.caption, u"Practice performance is not a guarantee of an official exam result."_s);
     }
 
     void coverageAndGroupRows()
     {
         const QUuid anna = QUuid::createUuid();
         Pool pool = techPool();
-        pool.topics = {{QStringLiteral("T1"), QStringLiteral("Commission's rules")}};
+        pool.topics = {{u"T1"_s, u"Commission's rules"_s}};
         Saved saved = Saved::initial();
         // T1A: 7 of 9 over two questions; T1B: a record without attempts; T2A: 2 of 3; others untouched.
-        saved.stats.insert(statKey(anna, pool.id, QStringLiteral("T1A01")), Stat{5, 4, true});
-        saved.stats.insert(statKey(anna, pool.id, QStringLiteral("T1A02")), Stat{4, 3, false});
-        saved.stats.insert(statKey(anna, pool.id, QStringLiteral("T1B03")), Stat{0, 0, false});
-        saved.stats.insert(statKey(anna, pool.id, QStringLiteral("T2A01")), Stat{3, 2, true});
+        saved.stats.insert(statKey(anna, pool.id, u"T1A01"_s), Stat{5, 4, true});
+        saved.stats.insert(statKey(anna, pool.id, u"T1A02"_s), Stat{4, 3, false});
+        saved.stats.insert(statKey(anna, pool.id, u"T1B03"_s), Stat{0, 0, false});
+        saved.stats.insert(statKey(anna, pool.id, u"T2A01"_s), Stat{3, 2, true});
         // Another learner's and another pool's records are not counted.
-        saved.stats.insert(statKey(QUuid::createUuid(), pool.id, QStringLiteral("T1C01")), Stat{1, 1, true});
-        saved.stats.insert(statKey(anna, QStringLiteral("other"), QStringLiteral("T1C01")), Stat{1, 1, true});
+        saved.stats.insert(statKey(QUuid::createUuid(), pool.id, u"T1C01"_s), Stat{1, 1, true});
+        saved.stats.insert(statKey(anna, u"other"_s, u"T1C01"_s), Stat{1, 1, true});
 
         const PoolProgress p = poolProgress(pool, saved, anna);
         QCOMPARE(p.studied, 4);
         QCOMPARE(p.total, 350);
-        QCOMPARE(p.coverage, QStringLiteral("Pool coverage: 4/350"));
+        QCOMPARE(p.coverage, u"Pool coverage: 4/350"_s);
         QCOMPARE(p.rows.size(), 35);
-        QCOMPARE(p.rows.at(0), (GroupRow{QStringLiteral("T1A"), QStringLiteral("Commission's rules"),
-                                         QStringLiteral("77% · 9 answers")}));
-        QCOMPARE(p.rows.at(1), (GroupRow{QStringLiteral("T1B"), QStringLiteral("Commission's rules"),
-                                         QStringLiteral("Not studied")}));
-        QCOMPARE(p.rows.at(2).accuracy, QStringLiteral("Not studied"));
-        QCOMPARE(p.rows.at(26), (GroupRow{QStringLiteral("T2A"), QStringLiteral("Question group"),
-                                          QStringLiteral("66% · 3 answers")}));
-
-        Pool empty = pool;
-        empty.questions.clear();
-        QCOMPARE(poolProgress(empty, saved, anna).coverage, QStringLiteral("Pool coverage: 0/0"));
+        QCOMPARE(p.rows.at(0), (GroupRow{u"T1A"_s, u"Commission's rules"_s, u"77% · 9 answers"_s}));
+        QCOMPARE(p.rows.at(1), (GroupRow{u"T1B"_s, u"Commission's rules"_s, u"Not studied"_s}));
+        QCOMPARE(p.rows.at(2).accuracy, u"Not studied"_s);
+        QCOMPARE(p.rows.at(26), (GroupRow{u"T2A"_s, u"Question group"_s, u"66% · 3 answers"_s}));
+        pool.questions.clear();
+        QCOMPARE(poolProgress(pool, saved, anna).coverage, u"Pool coverage: 0/0"_s);
     }
 
     void progressListsOnlyCurrentPools()
     {
         Pack pack = Fixtures::threeLevelPack();
-        pack.pools[1].validUntil = QStringLiteral("2026-07-01");
-        const QList<PoolProgress> list =
-            progress(pack.pools, Saved::initial(), QUuid::createUuid(), QStringLiteral("2026-11-22"));
+        pack.pools[1].validUntil = u"2026-07-01"_s;
+        const QList<PoolProgress> list = progress(pack.pools, Saved::initial(), QUuid::createUuid(), u"2026-11-22"_s);
         QCOMPARE(list.size(), 2);
-        QCOMPARE(list.at(0).pool.id, QStringLiteral("tech-2026"));
-        QCOMPARE(list.at(1).pool.id, QStringLiteral("extra-2024"));
+        QCOMPARE(list.at(0).pool.id, u"tech-2026"_s);
+        QCOMPARE(list.at(1).pool.id, u"extra-2024"_s);
     }
 };
 

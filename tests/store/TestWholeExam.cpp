@@ -7,6 +7,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class TestWholeExam : public QObject
 {
     Q_OBJECT
@@ -27,10 +29,10 @@ private slots:
             const QList<Pool> pools = store.pools();
             QVERIFY(!pools.isEmpty());
             pool = pools.first();
-            QCOMPARE(pool.level, QStringLiteral("technician"));
-            store.addProfile(QStringLiteral("Anna"));
+            QCOMPARE(pool.level, u"technician"_s);
+            store.addProfile(u"Anna"_s);
             anna = store.profile().id;
-            store.begin(pool, QStringLiteral("Exam"), QStringLiteral("Anna"), true, QString());
+            store.begin(pool, u"Exam"_s, u"Anna"_s, true, QString());
             const QList<Question> questions = store.session()->questions;
             QCOMPARE(questions.size(), pool.examCount);
             // Right on all but the last four; the last one left unanswered.

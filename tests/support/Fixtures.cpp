@@ -2,6 +2,7 @@
 #include "Fixtures.h"
 
 #include <QFile>
+#include <QJsonArray>
 #include <QTest>
 
 namespace Fixtures {
@@ -70,6 +71,29 @@ QByteArray readFile(const QString& path)
     if (!file.open(QIODevice::ReadOnly))
         return {};
     return file.readAll();
+}
+
+static QJsonValue editedValue(const QJsonValue& node, QStringList path, const std::function<void(QJsonObject&)>& edit)
+{
+    if (path.isEmpty()) {
+        QJsonObject object = node.toObject();
+        edit(object);
+        return object;
+    }
+    const QString step = path.takeFirst();
+    if (node.isArray()) {
+        QJsonArray list = node.toArray();
+        list[step.toInt()] = editedValue(list.at(step.toInt()), path, edit);
+        return list;
+    }
+    QJsonObject object = node.toObject();
+    object.insert(step, editedValue(object.value(step), path, edit));
+    return object;
+}
+
+QJsonObject editedJson(const QJsonObject& root, const QString& path, const std::function<void(QJsonObject&)>& edit)
+{
+    return editedValue(root, path.split(QLatin1Char('/'), Qt::SkipEmptyParts), edit).toObject();
 }
 
 QString sourcePackPath()

@@ -4,7 +4,9 @@
 #include "model/Learner.h"
 #include "model/Pack.h"
 
+#include <QJsonObject>
 #include <QString>
+#include <functional>
 
 namespace Fixtures {
 
@@ -18,6 +20,9 @@ Pack threeLevelPack();
 
 void writeFile(const QString& path, const QByteArray& bytes);
 QByteArray readFile(const QString& path);
+
+// A copy of root with edit applied to the object at path ("results/0/session"; numbers index arrays, empty is root).
+QJsonObject editedJson(const QJsonObject& root, const QString& path, const std::function<void(QJsonObject&)>& edit);
 
 // The built-in pack in the source tree.
 QString sourcePackPath();
