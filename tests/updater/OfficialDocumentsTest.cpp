@@ -125,7 +125,8 @@ private slots:
         QFETCH(qint64, correct);
         QFETCH(QString, reference);
         QFETCH(QString, figure);
-        const QList<Question>& questions = m_packs.value(level).pools.first().questions;
+        const Pack pack = m_packs.value(level);
+        const QList<Question>& questions = pack.pools.first().questions;
         const auto q =
             std::find_if(questions.cbegin(), questions.cend(), [&](const Question& x) { return x.id == id; });
         QVERIFY(q != questions.cend());
