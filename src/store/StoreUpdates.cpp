@@ -14,6 +14,9 @@
 #include <QtConcurrent/QtConcurrentRun>
 
 #include <sys/resource.h>
+
+#include <algorithm>
+#include <cerrno>
 #include <unistd.h>
 
 namespace {
@@ -57,7 +60,13 @@ void lowerPriority()
     if (lowered)
         return;
     lowered = true;
-    setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), 10); // best effort: a failure changes nothing
+    // Relative to what the thread inherited, so a check stays below the interface even when the whole
+    // application was started with a lower priority. Best effort: a failure changes nothing.
+    const auto thread = static_cast<id_t>(::gettid());
+    errno = 0;
+    const int inherited = getpriority(PRIO_PROCESS, thread);
+    if (errno == 0)
+        setpriority(PRIO_PROCESS, thread, std::min(inherited + 10, 19));
 }
 
 const QStringList sampleLabels = {QStringLiteral("E6-1"), QStringLiteral("E6-2"), QStringLiteral("E6-3"),
