@@ -1,5 +1,5 @@
 // Widget tests of the Progress, Top 10, History, Profiles and Help sections over a real store.
-#include "SectionTestSupport.h"
+#include "UiHarness.h"
 #include "support/TestEnvironment.h"
 #include "ui/HelpView.h"
 #include "ui/HistoryView.h"
@@ -15,8 +15,6 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
-
-using namespace SectionTest;
 
 class TestSections : public QObject
 {
@@ -56,16 +54,11 @@ private:
         qFatal("no recorded result");
     }
 
-    static QString text(QWidget* parent, const QString& name)
-    {
-        auto* label = parent ? parent->findChild<QLabel*>(name) : nullptr;
-        return label ? label->text() : QStringLiteral("<missing %1>").arg(name);
-    }
-
 private slots:
     void initTestCase()
     {
         Theme::apply(*qApp);
+        installFakeUpdater();
         fresh();
         m_store->addProfile(QStringLiteral("Anna"));
         playSession(*m_store, m_clock, m_tech, QStringLiteral("Exam"), QStringLiteral("Anna"), 30, 1200);
@@ -109,13 +102,10 @@ private slots:
         QVERIFY(bar);
         QCOMPARE(bar->value(), 3);
         QCOMPARE(bar->maximum(), 350);
-        QCOMPARE(text(card, QStringLiteral("groupCode-T1A")), QStringLiteral("T1A"));
         QCOMPARE(text(card, QStringLiteral("groupTopic-T1A")), QStringLiteral("First subelement"));
         QCOMPARE(text(card, QStringLiteral("groupAccuracy-T1A")), QStringLiteral("66% · 3 answers"));
         QCOMPARE(text(card, QStringLiteral("groupTopic-T2A")), QStringLiteral("Question group"));
         QCOMPARE(text(card, QStringLiteral("groupAccuracy-T2A")), QStringLiteral("Not studied"));
-        QCOMPARE(text(card, QStringLiteral("readinessCaption")),
-                 QStringLiteral("Practice performance is not a guarantee of an official exam result."));
         QCOMPARE(card->findChildren<QLabel*>(QRegularExpression(QStringLiteral("^groupCode-"))).size(), 35);
 
         // Another learner sees nothing of Anna's work.
@@ -183,10 +173,9 @@ private slots:
     {
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QStringList>("names");
-        QTest::newRow("blank: ordinary exams")
-            << QString() << QStringList{QStringLiteral("Ben"), QStringLiteral("Anna")};
-        QTest::newRow("spaces only") << QStringLiteral("   ")
-                                     << QStringList{QStringLiteral("Ben"), QStringLiteral("Anna")};
+        const QStringList both{QStringLiteral("Ben"), QStringLiteral("Anna")};
+        QTest::newRow("blank: ordinary exams") << QString() << both;
+        QTest::newRow("spaces only") << QStringLiteral("   ") << both;
         QTest::newRow("exact code") << QStringLiteral("CLUB7") << QStringList{QStringLiteral("Anna")};
         QTest::newRow("lower case with spaces") << QStringLiteral("  club7 ") << QStringList{QStringLiteral("Anna")};
         QTest::newRow("other code") << QStringLiteral("club8") << QStringList{};
@@ -201,7 +190,6 @@ private slots:
         view.show();
         auto* code = view.findChild<QLineEdit*>(QStringLiteral("challengeCode"));
         QVERIFY(code);
-        QCOMPARE(code->placeholderText(), QStringLiteral("Club challenge code — leave blank for ordinary exams"));
         QTest::keyClicks(code, typed);
 
         auto* board = view.findChild<QWidget*>(QStringLiteral("board-tech-test"));
@@ -334,12 +322,10 @@ private slots:
         QTest::mouseClick(add, Qt::LeftButton);
         QCOMPARE(m_store->profile().name, QStringLiteral("Anna"));
         QCOMPARE(view.findChildren<QPushButton*>(QStringLiteral("selectProfile")).size(), 2);
-        screenshot(view, QStringLiteral("profiles"));
 
         // Cancelling the confirmation keeps everything.
         auto* clear = view.findChild<QPushButton*>(QStringLiteral("clearAllData"));
         QVERIFY(clear);
-        QCOMPARE(clear->text(), QStringLiteral("Clear All Data…"));
         QTest::mouseClick(clear, Qt::LeftButton);
         QMessageBox* box = view.confirmation();
         QVERIFY(box);
@@ -349,8 +335,6 @@ private slots:
                                 "progress record on this computer, including recovery copies. It resets text size and "
                                 "starts again with Guest. Question pools and any reports you exported elsewhere are "
                                 "kept. This cannot be undone."));
-        QCOMPARE(box->findChild<QPushButton*>(QStringLiteral("confirmationAction"))->accessibleName(),
-                 QStringLiteral("Clear All Data"));
         QCOMPARE(box->buttonRole(box->findChild<QPushButton*>(QStringLiteral("confirmationAction"))),
                  QMessageBox::DestructiveRole);
         QTest::mouseClick(box->findChild<QPushButton*>(QStringLiteral("confirmationCancel")), Qt::LeftButton);
@@ -377,40 +361,12 @@ private slots:
             const QString guide = text(&view, QStringLiteral("userGuide"));
             QVERIFY(guide.contains(QStringLiteral("Kestovan Aerowen")));
             QVERIFY(guide.contains(QStringLiteral("progress.json")));
-            QVERIFY(view.findChild<QLabel*>(QStringLiteral("userGuide"))->textInteractionFlags() &
-                    Qt::TextSelectableByMouse);
-            screenshot(view, QStringLiteral("help"));
         }
         // Without the application's resources the screen explains instead of showing nothing.
         Q_CLEANUP_RESOURCE(builtin);
         HelpView view(*m_store);
         QCOMPARE(text(&view, QStringLiteral("userGuide")), QStringLiteral("The user guide could not be loaded."));
         Q_INIT_RESOURCE(builtin);
-    }
-
-    void screenshotsOfTheSections()
-    {
-        fresh(m_recorded);
-        LeaderboardView board(*m_store);
-        HistoryView history(*m_store);
-        for (const QString& path :
-             {screenshot(board, QStringLiteral("top10")), screenshot(history, QStringLiteral("history"))})
-            QVERIFY2(!QImage(path).isNull(), qPrintable(path));
-
-        // The progress page over the built-in pools, with their real topic titles.
-        QTemporaryDir dir;
-        Store real(Fixtures::sourcePackPath(), dir.path());
-        real.setClock([this] { return m_clock; });
-        real.addProfile(QStringLiteral("Anna"));
-        const QList<Pool> pools = real.studyPools();
-        const auto technician = std::find_if(pools.cbegin(), pools.cend(), [](const Pool& p) {
-            return p.level == QLatin1StringView("technician") && p.current();
-        });
-        QVERIFY(technician != pools.cend());
-        playSession(real, m_clock, *technician, QStringLiteral("Exam"), QStringLiteral("Anna"), 29, 1530);
-        playSession(real, m_clock, *technician, QStringLiteral("Exam"), QStringLiteral("Anna"), 24, 1710);
-        ProgressViewPage progress(real);
-        QVERIFY(!QImage(screenshot(progress, QStringLiteral("progress"))).isNull());
     }
 };
 

@@ -18,7 +18,6 @@ private slots:
     void initTestCase()
     {
         installFakeUpdater();
-        Theme::apply(*qApp);
         QDir().mkpath(folder());
     }
 
@@ -63,11 +62,7 @@ private slots:
         QVERIFY(viewer);
         QTRY_VERIFY(viewer->isVisible());
         QVERIFY(!h.root().findChild<ExamView*>()->enlarged()->isEmpty());
-        QCOMPARE(viewer->findChild<QWidget*>(QStringLiteral("diagramZoom"))->accessibleName(),
-                 QStringLiteral("Diagram zoom"));
         QWidget* image = viewer->findChild<QWidget*>(QStringLiteral("diagramFigure"));
-        QCOMPARE(image->accessibleName(),
-                 QStringLiteral("Official figure. Visual diagrams require sight or external assistance."));
         QCOMPARE(image->width(), 760);
         save(*viewer, QStringLiteral("diagram.png"));
         viewer->setZoom(2.0);
@@ -104,6 +99,13 @@ private slots:
         fromResult->findChild<QAbstractButton*>(QStringLiteral("diagramDone"))->click();
         Harness::settle();
         QVERIFY(!h.root().findChild<DiagramView*>(QStringLiteral("diagramView")));
+
+        // The other sections, now with Ada's attempts in the boards, history and progress.
+        h.store().setResult(std::nullopt);
+        for (const QString& section : RootView::sections().mid(1)) {
+            h.root().setTab(section);
+            save(h.root(), section.toLower().remove(QLatin1Char(' ')) + QStringLiteral(".png"));
+        }
     }
 
 private:
