@@ -115,11 +115,10 @@ private:
     void fresh(const std::optional<DiagramReview>& pending = std::nullopt)
     {
         m_store.reset();
-        QDir(m_dir.path()).removeRecursively();
-        QDir().mkpath(m_dir.path() + QStringLiteral("/data"));
+        QMap<QString, QByteArray> data;
         if (pending)
-            Fixtures::writeFile(m_dir.filePath(QStringLiteral("data/diagram-review.json")), pending->toBytes());
-        m_store = makeStore(m_dir, reviewPack());
+            data.insert(QStringLiteral("diagram-review.json"), pending->toBytes());
+        m_store = makeStore(m_dir, reviewPack(), data);
     }
 
 private slots:
@@ -311,7 +310,7 @@ private slots:
         figurePicker->setCurrentIndex(0);
         QCOMPARE(sheet->findChildren<QLabel*>(QStringLiteral("questionLine")).size(), 2);
         drag(canvas, QPoint(20, 20), QPoint(180, 150));
-        screenshot(*sheet, QStringLiteral("diagram-review"), 760);
+        screenshot(*sheet, QStringLiteral("diagram-review"));
 
         QTest::mouseClick(confirm, Qt::LeftButton);
         QMessageBox* done = sheet->completion();
@@ -332,7 +331,6 @@ private slots:
 
     void missingSampleFigureOpensNoSheet()
     {
-        fresh();
         Pack pack = reviewPack();
         pack.assets.remove(QStringLiteral("E6-3.png"));
         m_store.reset();
@@ -378,7 +376,7 @@ private slots:
         QTest::mouseClick(use, Qt::LeftButton);
         QCOMPARE(centreColour(sheet->crops().value(QStringLiteral("E9-1"))), QColor(Qt::red));
         QCOMPARE(centreColour(sheet->crops().value(QStringLiteral("E9-2"))), QColor(Qt::blue));
-        screenshot(*sheet, QStringLiteral("diagram-review-pending"), 760);
+        screenshot(*sheet, QStringLiteral("diagram-review-pending"));
 
         // The test parse refuses the crops: the sheet stays open with them, and the store says why.
         QString duringSave;

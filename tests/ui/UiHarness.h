@@ -85,16 +85,14 @@ inline QString startedLastYear()
     return QDate::currentDate().addYears(-1).toString(QStringLiteral("yyyy-MM-dd"));
 }
 
-// Writes the learner data a store reads at start-up into the folder's storage folder.
-inline void writeProgress(const QTemporaryDir& dir, const Saved& saved)
+// A store over a pack written into the emptied folder, its storage folder starting with the given files.
+inline std::unique_ptr<Store> makeStore(const QTemporaryDir& dir, const Pack& pack,
+                                        const QMap<QString, QByteArray>& data = {})
 {
+    QDir(dir.path()).removeRecursively();
     QDir().mkpath(dir.filePath(QStringLiteral("data")));
-    Fixtures::writeFile(dir.filePath(QStringLiteral("data/progress.json")), saved.toBytes());
-}
-
-// A store over a pack written into the folder, keeping its files in the same folder.
-inline std::unique_ptr<Store> makeStore(const QTemporaryDir& dir, const Pack& pack)
-{
+    for (auto it = data.cbegin(); it != data.cend(); ++it)
+        Fixtures::writeFile(dir.filePath(QStringLiteral("data/") + it.key()), it.value());
     const QString packPath = dir.filePath(QStringLiteral("pack.json"));
     Fixtures::writeFile(packPath, pack.toBytes());
     auto store = std::make_unique<Store>(packPath, dir.filePath(QStringLiteral("data")));
@@ -122,14 +120,12 @@ inline void playSession(Store& store, double& clock, const Pool& pool, const QSt
     store.setResult(std::nullopt);
 }
 
-// Saves what the widget shows into the build tree's screenshot folder and returns the file's path.
-inline QString screenshot(QWidget& widget, const QString& name, int width = 820)
+// Saves what the widget shows into the build tree's screenshot folder.
+inline void screenshot(QWidget& widget, const QString& name)
 {
-    widget.resize(width, std::max(widget.sizeHint().height(), widget.heightForWidth(width)));
-    widget.ensurePolished();
+    Harness::settle();
+    QTest::qWait(20);
     const QString folder = QStringLiteral(KESTOVAN_BUILD_DIR "/screenshots");
     QDir().mkpath(folder);
-    const QString path = folder + QLatin1Char('/') + name + QStringLiteral(".png");
-    widget.grab().save(path);
-    return path;
+    QVERIFY(widget.grab().save(folder + QLatin1Char('/') + name + QStringLiteral(".png")));
 }
