@@ -219,22 +219,18 @@ private slots:
         QFETCH(QString, validFrom);
         QFETCH(QString, warning);
         QTemporaryDir dir;
-        const QString packPath = dir.path() + QStringLiteral("/pools.json");
-        Fixtures::writeFile(
-            packPath,
-            Fixtures::pack({Fixtures::pool(QStringLiteral("technician"), QStringLiteral("t"), validFrom)}).toBytes());
-        Store store(packPath, dir.path());
-        LearnView view(store);
+        const auto store = makeStore(
+            dir, Fixtures::pack({Fixtures::pool(QStringLiteral("technician"), QStringLiteral("t"), validFrom)}));
+        LearnView view(*store);
         view.show();
         Harness::settle();
         QVERIFY(view.pool());
         // A pool outside its period gets no card but can still be set up and started.
         QVERIFY(!view.findChild<QWidget*>(QStringLiteral("poolCard-t")));
-        auto* text = view.findChild<QLabel*>(QStringLiteral("poolWarningText"));
-        QVERIFY(text->isVisible());
-        QCOMPARE(text->text(), warning);
+        QVERIFY(view.findChild<QLabel*>(QStringLiteral("poolWarningText"))->isVisible());
+        QCOMPARE(text(&view, QStringLiteral("poolWarningText")), warning);
         view.start();
-        QVERIFY(store.session());
+        QVERIFY(store->session());
     }
 };
 
