@@ -1,5 +1,5 @@
 // Widget tests of the Updates section and the diagram review sheet over a real store with test seams.
-#include "SectionTestSupport.h"
+#include "UiHarness.h"
 #include "appupdate/KestovanUpdates.h"
 #include "support/TestEnvironment.h"
 #include "ui/DiagramReviewView.h"
@@ -20,22 +20,7 @@
 #include <QSemaphore>
 #include <QSignalSpy>
 
-using namespace SectionTest;
-
 namespace {
-
-// Counts the checks the Updates screen asks for.
-class FakeUpdater : public Updater
-{
-public:
-    int checks = 0;
-    bool canCheckForUpdates() const override { return true; }
-    bool automaticallyChecksForUpdates() const override { return true; }
-    void setAutomaticallyChecksForUpdates(bool) override {}
-    void checkForUpdates() override { ++checks; }
-};
-
-FakeUpdater* fakeUpdater = nullptr;
 
 // The four sample figures: each a filled block of its own colour with a border, of different sizes.
 const QStringList sampleLabels = {QStringLiteral("E6-1"), QStringLiteral("E6-2"), QStringLiteral("E6-3"),
@@ -130,28 +115,17 @@ private:
     void fresh(const std::optional<DiagramReview>& pending = std::nullopt)
     {
         m_store.reset();
-        QDir(m_dir.path()).removeRecursively();
-        QDir().mkpath(m_dir.path() + QStringLiteral("/data"));
+        QMap<QString, QByteArray> data;
         if (pending)
-            Fixtures::writeFile(m_dir.filePath(QStringLiteral("data/diagram-review.json")), pending->toBytes());
-        m_store = makeStore(m_dir, reviewPack());
-    }
-
-    template <typename T> static T* child(QWidget* parent, const QString& name)
-    {
-        T* found = parent ? parent->findChild<T*>(name) : nullptr;
-        if (!found)
-            qWarning("missing %s", qPrintable(name));
-        return found;
+            data.insert(QStringLiteral("diagram-review.json"), pending->toBytes());
+        m_store = makeStore(m_dir, reviewPack(), data);
     }
 
 private slots:
     void initTestCase()
     {
         Theme::apply(*qApp);
-        auto updater = std::make_unique<FakeUpdater>();
-        fakeUpdater = updater.get();
-        KestovanUpdates::setSharedBackend(std::move(updater));
+        installFakeUpdater();
     }
 
     void cleanup()
@@ -167,31 +141,26 @@ private slots:
         UpdatesView view(*m_store);
         view.show();
         QVERIFY(child<QPushButton>(&view, QStringLiteral("reviewDiagrams"))->isHidden());
-        QCOMPARE(child<QLabel>(&view, QStringLiteral("updateStatus"))->text(), m_store->updateStatus());
+        QCOMPARE(text(&view, QStringLiteral("updateStatus")), m_store->updateStatus());
 
         auto* tech = child<QWidget>(&view, QStringLiteral("installedPool-tech-test"));
         auto* extra = child<QWidget>(&view, QStringLiteral("installedPool-extra-test"));
         QVERIFY(tech && extra);
-        QCOMPARE(child<QLabel>(tech, QStringLiteral("poolCounts"))->text(),
-                 QStringLiteral("350 questions · Revision 2026-02-19"));
+        QCOMPARE(text(tech, QStringLiteral("poolCounts")), QStringLiteral("350 questions · Revision 2026-02-19"));
         const Pool& pool = m_store->pack().pools.first();
-        QCOMPARE(child<QLabel>(tech, QStringLiteral("poolPeriod"))->text(),
+        QCOMPARE(text(tech, QStringLiteral("poolPeriod")),
                  QStringLiteral("Effective %1 to %2 (exclusive)").arg(pool.validFrom, pool.validUntil));
         // An official source links to itself; anything else to the official site's home page.
         QCOMPARE(child<QLabel>(tech, QStringLiteral("officialSource"))->property("url").toUrl(),
                  OfficialUpdates::officialURL(pool.source));
         QCOMPARE(child<QLabel>(extra, QStringLiteral("officialSource"))->property("url").toUrl(),
                  OfficialUpdates::officialRoot());
-        QVERIFY(child<QLabel>(tech, QStringLiteral("officialSource"))
-                    ->text()
-                    .contains(QStringLiteral("Official NCVEC Source")));
 
-        QCOMPARE(child<QLabel>(&view, QStringLiteral("applicationLine"))->text(),
+        QCOMPARE(text(&view, QStringLiteral("applicationLine")),
                  QStringLiteral("Kestovan Aerowen 1.0.2 · ") + QString::fromUtf8(Config::processor));
-        const int before = fakeUpdater->checks;
+        const int before = fakeUpdaterChecks();
         QTest::mouseClick(child<QPushButton>(&view, QStringLiteral("checkAppUpdates")), Qt::LeftButton);
-        QCOMPARE(fakeUpdater->checks, before + 1);
-        screenshot(view, QStringLiteral("updates"));
+        QCOMPARE(fakeUpdaterChecks(), before + 1);
     }
 
     void checkButtonFollowsTheRunningCheck()
@@ -212,16 +181,15 @@ private slots:
         QTest::mouseClick(check, Qt::LeftButton);
         QCOMPARE(check->text(), QStringLiteral("Checking…"));
         QVERIFY(!check->isEnabled());
-        QCOMPARE(child<QLabel>(&view, QStringLiteral("updateStatus"))->text(),
+        QCOMPARE(text(&view, QStringLiteral("updateStatus")),
                  QStringLiteral("Checking the official NCVEC question pools…"));
 
         gate.release();
         QVERIFY(finished.wait(10000));
         QCOMPARE(check->text(), QStringLiteral("Check for Question Updates"));
         QVERIFY(check->isEnabled());
-        QVERIFY(child<QLabel>(&view, QStringLiteral("updateStatus"))
-                    ->text()
-                    .startsWith(QStringLiteral("Official NCVEC pools checked ")));
+        QVERIFY(
+            text(&view, QStringLiteral("updateStatus")).startsWith(QStringLiteral("Official NCVEC pools checked ")));
     }
 
     void dragSelectsWithinTheImage_data()
@@ -229,11 +197,22 @@ private slots:
         QTest::addColumn<QPoint>("from");
         QTest::addColumn<QPoint>("to");
         QTest::addColumn<QRectF>("expected");
+        QTest::addColumn<bool>("usable");
         // The sample sheet (1200 by 1000) is shown at 396 by 330.
-        QTest::newRow("inside") << QPoint(99, 33) << QPoint(198, 165) << QRectF(0.25, 0.1, 0.25, 0.4);
-        QTest::newRow("backwards") << QPoint(198, 165) << QPoint(99, 33) << QRectF(0.25, 0.1, 0.25, 0.4);
-        QTest::newRow("leaves right and bottom") << QPoint(198, 165) << QPoint(900, 700) << QRectF(0.5, 0.5, 0.5, 0.5);
-        QTest::newRow("leaves left and top") << QPoint(99, 66) << QPoint(-50, -80) << QRectF(0, 0, 0.25, 0.2);
+        const QRectF quarter(0.25, 0.1, 0.25, 0.4);
+        QTest::newRow("inside") << QPoint(99, 33) << QPoint(198, 165) << quarter << true;
+        QTest::newRow("backwards") << QPoint(198, 165) << QPoint(99, 33) << quarter << true;
+        QTest::newRow("leaves right and bottom")
+            << QPoint(198, 165) << QPoint(900, 700) << QRectF(0.5, 0.5, 0.5, 0.5) << true;
+        QTest::newRow("leaves left and top") << QPoint(99, 66) << QPoint(-50, -80) << QRectF(0, 0, 0.25, 0.2) << true;
+        // A selection under 1% of the image in either direction cannot be used: 1% is 3.96 by 3.3 points.
+        const QPoint p(100, 100);
+        QTest::newRow("narrow") << p << QPoint(103, 200) << QRectF(100 / 396., 100 / 330., 3 / 396., 100 / 330.)
+                                << false;
+        QTest::newRow("low") << p << QPoint(200, 103) << QRectF(100 / 396., 100 / 330., 100 / 396., 3 / 330.) << false;
+        QTest::newRow("click") << p << p << QRectF(100 / 396., 100 / 330., 0, 0) << false;
+        QTest::newRow("just enough") << p << QPoint(104, 104) << QRectF(100 / 396., 100 / 330., 4 / 396., 4 / 330.)
+                                     << true;
     }
 
     void dragSelectsWithinTheImage()
@@ -241,6 +220,7 @@ private slots:
         QFETCH(QPoint, from);
         QFETCH(QPoint, to);
         QFETCH(QRectF, expected);
+        QFETCH(bool, usable);
         fresh();
         const auto sample = m_store->demoDiagramReview();
         QVERIFY(sample);
@@ -254,28 +234,6 @@ private slots:
             qAbs(got.left() - expected.left()) < 1e-9 && qAbs(got.top() - expected.top()) < 1e-9 &&
                 qAbs(got.right() - expected.right()) < 1e-9 && qAbs(got.bottom() - expected.bottom()) < 1e-9,
             qPrintable(QStringLiteral("%1 %2 %3 %4").arg(got.x()).arg(got.y()).arg(got.width()).arg(got.height())));
-        QVERIFY(child<QPushButton>(&sheet, QStringLiteral("useSelection"))->isEnabled());
-    }
-
-    void tinySelectionCannotBeUsed_data()
-    {
-        QTest::addColumn<QPoint>("to");
-        QTest::addColumn<bool>("usable");
-        // 1% of 396 by 330 is 3.96 by 3.3 points.
-        QTest::newRow("narrow") << QPoint(103, 200) << false;
-        QTest::newRow("low") << QPoint(200, 103) << false;
-        QTest::newRow("click") << QPoint(100, 100) << false;
-        QTest::newRow("just enough") << QPoint(104, 104) << true;
-    }
-
-    void tinySelectionCannotBeUsed()
-    {
-        QFETCH(QPoint, to);
-        QFETCH(bool, usable);
-        fresh();
-        DiagramReviewView sheet(*m_store, *m_store->demoDiagramReview());
-        sheet.show();
-        drag(child<ReviewCanvas>(&sheet, QStringLiteral("reviewCanvas")), QPoint(100, 100), to);
         auto* use = child<QPushButton>(&sheet, QStringLiteral("useSelection"));
         QCOMPARE(use->text(), QStringLiteral("Use Selection for E6-1"));
         QCOMPARE(use->isEnabled(), usable);
@@ -315,11 +273,9 @@ private slots:
         DiagramReviewView* sheet = view.reviewSheet();
         QVERIFY(sheet);
         QVERIFY(sheet->isVisible());
-        QCOMPARE(sheet->width(), 760);
-        QCOMPARE(child<QLabel>(sheet, QStringLiteral("reviewTitle"))->text(), QStringLiteral("Test Diagram Review"));
-        QCOMPARE(child<QLabel>(sheet, QStringLiteral("sampleNote"))->text(),
+        QCOMPARE(text(sheet, QStringLiteral("reviewTitle")), QStringLiteral("Test Diagram Review"));
+        QCOMPARE(text(sheet, QStringLiteral("sampleNote")),
                  QStringLiteral("Sample sheet only — your question pools and progress will not change."));
-        QCOMPARE(child<QComboBox>(sheet, QStringLiteral("sourceSheetPicker"))->itemText(0), QStringLiteral("Image 1"));
         auto* figurePicker = child<QComboBox>(sheet, QStringLiteral("figurePicker"));
         auto* canvas = child<ReviewCanvas>(sheet, QStringLiteral("reviewCanvas"));
         auto* use = child<QPushButton>(sheet, QStringLiteral("useSelection"));
@@ -345,8 +301,7 @@ private slots:
             QCOMPARE(confirm->isEnabled(), i == 3);
             if (i == 1) {
                 // The questions of the chosen figure: E6-2 is mentioned once; E6-4 belongs to no sample figure.
-                QCOMPARE(child<QLabel>(sheet, QStringLiteral("questionsHeading"))->text(),
-                         QStringLiteral("Questions using E6-2"));
+                QCOMPARE(text(sheet, QStringLiteral("questionsHeading")), QStringLiteral("Questions using E6-2"));
                 const auto lines = sheet->findChildren<QLabel*>(QStringLiteral("questionLine"));
                 QCOMPARE(lines.size(), 1);
                 QCOMPARE(lines.first()->text(), QStringLiteral("E1A02: Which part of Figure E6-2 is marked?"));
@@ -355,7 +310,7 @@ private slots:
         figurePicker->setCurrentIndex(0);
         QCOMPARE(sheet->findChildren<QLabel*>(QStringLiteral("questionLine")).size(), 2);
         drag(canvas, QPoint(20, 20), QPoint(180, 150));
-        screenshot(*sheet, QStringLiteral("diagram-review"), 760);
+        screenshot(*sheet, QStringLiteral("diagram-review"));
 
         QTest::mouseClick(confirm, Qt::LeftButton);
         QMessageBox* done = sheet->completion();
@@ -376,7 +331,6 @@ private slots:
 
     void missingSampleFigureOpensNoSheet()
     {
-        fresh();
         Pack pack = reviewPack();
         pack.assets.remove(QStringLiteral("E6-3.png"));
         m_store.reset();
@@ -398,18 +352,15 @@ private slots:
         QTest::mouseClick(reviewButton, Qt::LeftButton);
         DiagramReviewView* sheet = view.reviewSheet();
         QVERIFY(sheet);
-        QCOMPARE(child<QLabel>(sheet, QStringLiteral("reviewTitle"))->text(), QStringLiteral("Review Diagrams"));
+        QCOMPARE(text(sheet, QStringLiteral("reviewTitle")), QStringLiteral("Review Diagrams"));
         QVERIFY(!sheet->findChild<QLabel*>(QStringLiteral("sampleNote")));
         auto* confirm = child<QPushButton>(sheet, QStringLiteral("confirmReview"));
-        QCOMPARE(confirm->accessibleName(), QStringLiteral("Confirm Diagrams & Retry Update"));
-        QCOMPARE(confirm->text(), QStringLiteral("Confirm Diagrams && Retry Update")); // shown with one ampersand
 
         // The sheet is 800 by 400, shown at 660 by 330: the red figure on the left, the blue one on the right.
         auto* canvas = child<ReviewCanvas>(sheet, QStringLiteral("reviewCanvas"));
         auto* use = child<QPushButton>(sheet, QStringLiteral("useSelection"));
         auto* sheetPicker = child<QComboBox>(sheet, QStringLiteral("sourceSheetPicker"));
         QCOMPARE(sheetPicker->count(), 2);
-        QCOMPARE(sheetPicker->itemText(1), QStringLiteral("Image 2"));
         // A selection belongs to its sheet: choosing another sheet clears it.
         drag(canvas, QPoint(10, 10), QPoint(320, 320));
         QVERIFY(use->isEnabled());
@@ -425,7 +376,7 @@ private slots:
         QTest::mouseClick(use, Qt::LeftButton);
         QCOMPARE(centreColour(sheet->crops().value(QStringLiteral("E9-1"))), QColor(Qt::red));
         QCOMPARE(centreColour(sheet->crops().value(QStringLiteral("E9-2"))), QColor(Qt::blue));
-        screenshot(*sheet, QStringLiteral("diagram-review-pending"), 760);
+        screenshot(*sheet, QStringLiteral("diagram-review-pending"));
 
         // The test parse refuses the crops: the sheet stays open with them, and the store says why.
         QString duringSave;

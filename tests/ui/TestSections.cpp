@@ -1,5 +1,5 @@
 // Widget tests of the Progress, Top 10, History, Profiles and Help sections over a real store.
-#include "SectionTestSupport.h"
+#include "UiHarness.h"
 #include "support/TestEnvironment.h"
 #include "ui/HelpView.h"
 #include "ui/HistoryView.h"
@@ -15,8 +15,6 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
-
-using namespace SectionTest;
 
 class TestSections : public QObject
 {
@@ -38,12 +36,10 @@ private:
     void fresh(const std::optional<Saved>& saved = std::nullopt)
     {
         m_store.reset();
-        QVERIFY(m_dir.isValid());
-        QDir(m_dir.path()).removeRecursively();
-        QDir().mkpath(m_dir.path());
+        QMap<QString, QByteArray> data;
         if (saved)
-            writeProgress(m_dir, *saved);
-        m_store = makeStore(m_dir, Fixtures::pack({m_tech, m_extra}));
+            data.insert(QStringLiteral("progress.json"), saved->toBytes());
+        m_store = makeStore(m_dir, Fixtures::pack({m_tech, m_extra}), data);
         m_store->setClock([this] { return m_clock; });
     }
 
@@ -56,16 +52,11 @@ private:
         qFatal("no recorded result");
     }
 
-    static QString text(QWidget* parent, const QString& name)
-    {
-        auto* label = parent ? parent->findChild<QLabel*>(name) : nullptr;
-        return label ? label->text() : QStringLiteral("<missing %1>").arg(name);
-    }
-
 private slots:
     void initTestCase()
     {
         Theme::apply(*qApp);
+        installFakeUpdater();
         fresh();
         m_store->addProfile(QStringLiteral("Anna"));
         playSession(*m_store, m_clock, m_tech, QStringLiteral("Exam"), QStringLiteral("Anna"), 30, 1200);
@@ -88,7 +79,6 @@ private slots:
         ProgressViewPage page(*m_store);
         page.show();
         auto* card = page.findChild<QWidget*>(QStringLiteral("progressPool-tech-test"));
-        QVERIFY(card);
         QCOMPARE(text(card, QStringLiteral("coverage")), QStringLiteral("Pool coverage: 0/350"));
         QCOMPARE(text(card, QStringLiteral("groupAccuracy-T1A")), QStringLiteral("Not studied"));
 
@@ -109,19 +99,21 @@ private slots:
         QVERIFY(bar);
         QCOMPARE(bar->value(), 3);
         QCOMPARE(bar->maximum(), 350);
-        QCOMPARE(text(card, QStringLiteral("groupCode-T1A")), QStringLiteral("T1A"));
         QCOMPARE(text(card, QStringLiteral("groupTopic-T1A")), QStringLiteral("First subelement"));
         QCOMPARE(text(card, QStringLiteral("groupAccuracy-T1A")), QStringLiteral("66% · 3 answers"));
         QCOMPARE(text(card, QStringLiteral("groupTopic-T2A")), QStringLiteral("Question group"));
         QCOMPARE(text(card, QStringLiteral("groupAccuracy-T2A")), QStringLiteral("Not studied"));
-        QCOMPARE(text(card, QStringLiteral("readinessCaption")),
-                 QStringLiteral("Practice performance is not a guarantee of an official exam result."));
         QCOMPARE(card->findChildren<QLabel*>(QRegularExpression(QStringLiteral("^groupCode-"))).size(), 35);
 
         // Another learner sees nothing of Anna's work.
         m_store->addProfile(QStringLiteral("Ben"));
         card = page.findChild<QWidget*>(QStringLiteral("progressPool-tech-test"));
         QCOMPARE(text(card, QStringLiteral("coverage")), QStringLiteral("Pool coverage: 0/350"));
+        // A level marked complete leaves the page.
+        QVERIFY(page.findChild<QWidget*>(QStringLiteral("progressPool-extra-test")));
+        m_store->setLevelComplete(QStringLiteral("extra"), true);
+        QVERIFY(!page.findChild<QWidget*>(QStringLiteral("progressPool-extra-test")));
+        QVERIFY(page.findChild<QWidget*>(QStringLiteral("progressPool-tech-test")));
     }
 
     void progressReadinessFollowsRecentFreshExams_data()
@@ -168,25 +160,13 @@ private slots:
                  QStringLiteral("Take a fresh exam to begin tracking readiness."));
     }
 
-    void progressLeavesOutCompletedLevels()
-    {
-        fresh();
-        ProgressViewPage page(*m_store);
-        page.show();
-        QVERIFY(page.findChild<QWidget*>(QStringLiteral("progressPool-extra-test")));
-        m_store->setLevelComplete(QStringLiteral("extra"), true);
-        QVERIFY(!page.findChild<QWidget*>(QStringLiteral("progressPool-extra-test")));
-        QVERIFY(page.findChild<QWidget*>(QStringLiteral("progressPool-tech-test")));
-    }
-
     void boardsFollowTheTypedCode_data()
     {
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QStringList>("names");
-        QTest::newRow("blank: ordinary exams")
-            << QString() << QStringList{QStringLiteral("Ben"), QStringLiteral("Anna")};
-        QTest::newRow("spaces only") << QStringLiteral("   ")
-                                     << QStringList{QStringLiteral("Ben"), QStringLiteral("Anna")};
+        const QStringList both{QStringLiteral("Ben"), QStringLiteral("Anna")};
+        QTest::newRow("blank: ordinary exams") << QString() << both;
+        QTest::newRow("spaces only") << QStringLiteral("   ") << both;
         QTest::newRow("exact code") << QStringLiteral("CLUB7") << QStringList{QStringLiteral("Anna")};
         QTest::newRow("lower case with spaces") << QStringLiteral("  club7 ") << QStringList{QStringLiteral("Anna")};
         QTest::newRow("other code") << QStringLiteral("club8") << QStringList{};
@@ -201,7 +181,6 @@ private slots:
         view.show();
         auto* code = view.findChild<QLineEdit*>(QStringLiteral("challengeCode"));
         QVERIFY(code);
-        QCOMPARE(code->placeholderText(), QStringLiteral("Club challenge code — leave blank for ordinary exams"));
         QTest::keyClicks(code, typed);
 
         auto* board = view.findChild<QWidget*>(QStringLiteral("board-tech-test"));
@@ -322,24 +301,23 @@ private slots:
             return nullptr;
         };
         QVERIFY(buttonOf(QStringLiteral("Anna")) && buttonOf(QStringLiteral("Guest")));
-        QCOMPARE(buttonOf(QStringLiteral("Anna"))->text(), QStringLiteral("Selected"));
-        QCOMPARE(buttonOf(QStringLiteral("Guest"))->text(), QStringLiteral("Select"));
+        const auto annaThenGuest = [&] {
+            return QStringList{buttonOf(QStringLiteral("Anna"))->text(), buttonOf(QStringLiteral("Guest"))->text()};
+        };
+        QCOMPARE(annaThenGuest(), QStringList({"Selected", "Select"}));
         QTest::mouseClick(buttonOf(QStringLiteral("Guest")), Qt::LeftButton);
         QCOMPARE(m_store->profile().name, QStringLiteral("Guest"));
-        QCOMPARE(buttonOf(QStringLiteral("Guest"))->text(), QStringLiteral("Selected"));
-        QCOMPARE(buttonOf(QStringLiteral("Anna"))->text(), QStringLiteral("Select"));
+        QCOMPARE(annaThenGuest(), QStringList({"Select", "Selected"}));
 
         // Adding an existing name in other letters selects it and adds no row.
         QTest::keyClicks(nameField, QStringLiteral("ANNA"));
         QTest::mouseClick(add, Qt::LeftButton);
         QCOMPARE(m_store->profile().name, QStringLiteral("Anna"));
         QCOMPARE(view.findChildren<QPushButton*>(QStringLiteral("selectProfile")).size(), 2);
-        screenshot(view, QStringLiteral("profiles"));
 
         // Cancelling the confirmation keeps everything.
         auto* clear = view.findChild<QPushButton*>(QStringLiteral("clearAllData"));
         QVERIFY(clear);
-        QCOMPARE(clear->text(), QStringLiteral("Clear All Data…"));
         QTest::mouseClick(clear, Qt::LeftButton);
         QMessageBox* box = view.confirmation();
         QVERIFY(box);
@@ -349,8 +327,6 @@ private slots:
                                 "progress record on this computer, including recovery copies. It resets text size and "
                                 "starts again with Guest. Question pools and any reports you exported elsewhere are "
                                 "kept. This cannot be undone."));
-        QCOMPARE(box->findChild<QPushButton*>(QStringLiteral("confirmationAction"))->accessibleName(),
-                 QStringLiteral("Clear All Data"));
         QCOMPARE(box->buttonRole(box->findChild<QPushButton*>(QStringLiteral("confirmationAction"))),
                  QMessageBox::DestructiveRole);
         QTest::mouseClick(box->findChild<QPushButton*>(QStringLiteral("confirmationCancel")), Qt::LeftButton);
@@ -377,40 +353,12 @@ private slots:
             const QString guide = text(&view, QStringLiteral("userGuide"));
             QVERIFY(guide.contains(QStringLiteral("Kestovan Aerowen")));
             QVERIFY(guide.contains(QStringLiteral("progress.json")));
-            QVERIFY(view.findChild<QLabel*>(QStringLiteral("userGuide"))->textInteractionFlags() &
-                    Qt::TextSelectableByMouse);
-            screenshot(view, QStringLiteral("help"));
         }
         // Without the application's resources the screen explains instead of showing nothing.
         Q_CLEANUP_RESOURCE(builtin);
         HelpView view(*m_store);
         QCOMPARE(text(&view, QStringLiteral("userGuide")), QStringLiteral("The user guide could not be loaded."));
         Q_INIT_RESOURCE(builtin);
-    }
-
-    void screenshotsOfTheSections()
-    {
-        fresh(m_recorded);
-        LeaderboardView board(*m_store);
-        HistoryView history(*m_store);
-        for (const QString& path :
-             {screenshot(board, QStringLiteral("top10")), screenshot(history, QStringLiteral("history"))})
-            QVERIFY2(!QImage(path).isNull(), qPrintable(path));
-
-        // The progress page over the built-in pools, with their real topic titles.
-        QTemporaryDir dir;
-        Store real(Fixtures::sourcePackPath(), dir.path());
-        real.setClock([this] { return m_clock; });
-        real.addProfile(QStringLiteral("Anna"));
-        const QList<Pool> pools = real.studyPools();
-        const auto technician = std::find_if(pools.cbegin(), pools.cend(), [](const Pool& p) {
-            return p.level == QLatin1StringView("technician") && p.current();
-        });
-        QVERIFY(technician != pools.cend());
-        playSession(real, m_clock, *technician, QStringLiteral("Exam"), QStringLiteral("Anna"), 29, 1530);
-        playSession(real, m_clock, *technician, QStringLiteral("Exam"), QStringLiteral("Anna"), 24, 1710);
-        ProgressViewPage progress(real);
-        QVERIFY(!QImage(screenshot(progress, QStringLiteral("progress"))).isNull());
     }
 };
 

@@ -24,17 +24,27 @@ public:
         m_automatic = on;
         emit automaticallyChecksForUpdatesChanged();
     }
-    void checkForUpdates() override {}
+    void checkForUpdates() override { ++checks; }
+    int checks = 0;
 
 private:
     bool m_automatic = false;
 };
 
+QuietUpdater* quiet = nullptr;
+
 } // namespace
 
 void installFakeUpdater()
 {
-    KestovanUpdates::setSharedBackend(std::make_unique<QuietUpdater>());
+    auto updater = std::make_unique<QuietUpdater>();
+    quiet = updater.get();
+    KestovanUpdates::setSharedBackend(std::move(updater));
+}
+
+int fakeUpdaterChecks()
+{
+    return quiet->checks;
 }
 
 Harness::Harness()
@@ -107,6 +117,15 @@ bool Harness::answerBox(const QString& buttonText, const QString& name)
         }
     }
     return false;
+}
+
+void Harness::confirm(const QString& title, const QString& text, const QString& button)
+{
+    QMessageBox* box = openBox();
+    QVERIFY2(box, qPrintable(QStringLiteral("no confirmation open for ") + title));
+    QCOMPARE(box->windowTitle(), title);
+    QCOMPARE(box->informativeText(), text);
+    QVERIFY2(answerBox(button), qPrintable(QStringLiteral("no button ") + button));
 }
 
 void Harness::key(Qt::Key key)

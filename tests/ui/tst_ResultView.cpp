@@ -61,22 +61,19 @@ private slots:
         const QString ranked = QStringLiteral("Eligible for the local top 10. Score ranks first; time breaks ties.");
         const QString interrupted =
             QStringLiteral("Practice result — excluded from rankings because it was interrupted.");
-        QTest::newRow("guest pass") << "Exam"
-                                    << "Guest" << 30 << true << "Passed" << guest;
-        QTest::newRow("guest fail") << "Exam"
-                                    << "guest" << 10 << true << "Keep Practising" << guest;
-        QTest::newRow("eligible pass at the mark") << "Exam"
-                                                   << "Ada" << 26 << true << "Passed" << ranked;
-        QTest::newRow("one below the mark") << "Exam"
-                                            << "Ada" << 25 << true << "Keep Practising" << ranked;
-        QTest::newRow("resumed exam") << "Exam"
-                                      << "Ada" << 30 << false << "Passed" << interrupted;
-        QTest::newRow("club challenge") << "Club Challenge"
-                                        << "Ada" << 30 << true << "Passed" << ranked;
-        QTest::newRow("practice") << "Study All"
-                                  << "Ada" << 30 << true << "Practice Complete" << QString();
-        QTest::newRow("guest practice") << "Weak Topics"
-                                        << "Guest" << 3 << true << "Practice Complete" << guest;
+        const auto row = [](const char* tag, const char* mode, const char* name, int right, bool eligible,
+                            const char* title, const QString& standing) {
+            QTest::newRow(tag) << QString::fromUtf8(mode) << QString::fromUtf8(name) << right << eligible
+                               << QString::fromUtf8(title) << standing;
+        };
+        row("guest pass", "Exam", "Guest", 30, true, "Passed", guest);
+        row("guest fail", "Exam", "guest", 10, true, "Keep Practising", guest);
+        row("eligible pass at the mark", "Exam", "Ada", 26, true, "Passed", ranked);
+        row("one below the mark", "Exam", "Ada", 25, true, "Keep Practising", ranked);
+        row("resumed exam", "Exam", "Ada", 30, false, "Passed", interrupted);
+        row("club challenge", "Club Challenge", "Ada", 30, true, "Passed", ranked);
+        row("practice", "Study All", "Ada", 30, true, "Practice Complete", QString());
+        row("guest practice", "Weak Topics", "Guest", 3, true, "Practice Complete", guest);
     }
 
     void titleAndStandingFollowTheAttempt()
@@ -88,8 +85,7 @@ private slots:
         QFETCH(QString, title);
         QFETCH(QString, standing);
         Harness h;
-        const Result r = attempt(mode, name, 35, right, 2, eligible);
-        ResultView view(h.store(), r);
+        ResultView view(h.store(), attempt(mode, name, 35, right, 2, eligible));
         view.show();
         QCOMPARE(view.findChild<QLabel*>(QStringLiteral("resultTitle"))->text(), title);
         auto* note = view.findChild<QLabel*>(QStringLiteral("standing"));
@@ -101,8 +97,7 @@ private slots:
     void scoreLineShowsScorePercentAndTime()
     {
         Harness h;
-        const Result r = attempt(QStringLiteral("Exam"), QStringLiteral("Ada"), 35, 28, 0);
-        ResultView view(h.store(), r);
+        ResultView view(h.store(), attempt(QStringLiteral("Exam"), QStringLiteral("Ada"), 35, 28, 0));
         QCOMPARE(view.findChild<QLabel*>(QStringLiteral("score"))->text(), QStringLiteral("28/35"));
         QCOMPARE(view.findChild<QLabel*>(QStringLiteral("percentage"))->text(), QStringLiteral("80.0%"));
         QCOMPARE(view.findChild<QLabel*>(QStringLiteral("resultTime"))->text(), QStringLiteral("00:12:34"));
@@ -111,62 +106,53 @@ private slots:
                     .startsWith(QStringLiteral("Pool tech-test · ")));
     }
 
+    void listShowsOnlyTheWrongOnesUntilSwitchedOff_data()
+    {
+        QTest::addColumn<int>("right");
+        QTest::addColumn<int>("blank");
+        QTest::newRow("three wrong, two blank") << 30 << 2;
+        QTest::newRow("perfect attempt") << 35 << 0;
+    }
+
     void listShowsOnlyTheWrongOnesUntilSwitchedOff()
     {
+        QFETCH(int, right);
+        QFETCH(int, blank);
         Harness h;
-        const Result r = attempt(QStringLiteral("Exam"), QStringLiteral("Ada"), 35, 30, 2);
+        h.store().addProfile(QStringLiteral("Ada"));
+        const Result r = attempt(QStringLiteral("Exam"), QStringLiteral("Ada"), 35, right, blank);
         ResultView view(h.store(), r);
         view.show();
         auto cards = [&view] {
             Harness::settle();
             return view.findChildren<QFrame*>(QRegularExpression(QStringLiteral("^resultQuestion-"))).size();
         };
-        QCOMPARE(cards(), 5);
-        const Question blank = r.session.questions.last();
-        auto* blankCard = view.findChild<QFrame*>(QStringLiteral("resultQuestion-") + blank.id);
-        QCOMPARE(blankCard->findChild<QLabel*>(QStringLiteral("yours"))->text(),
-                 QStringLiteral("Your answer: Unanswered"));
-        QCOMPARE(blankCard->findChild<QLabel*>(QStringLiteral("correct"))->text(),
-                 QStringLiteral("Correct answer: ") + blank.answers[blank.correct]);
-        QCOMPARE(blankCard->findChild<QLabel*>(QStringLiteral("headline"))->text(),
-                 blank.id + QStringLiteral(" · ") + blank.prompt);
+        const bool perfect = right == 35;
+        QCOMPARE(cards(), 35 - right);
+        QCOMPARE(view.findChild<QPushButton*>(QStringLiteral("practiseIncorrect"))->isEnabled(), !perfect);
+        if (perfect) {
+            QCOMPARE(view.findChild<QLabel*>(QStringLiteral("noIncorrectText"))->text(),
+                     QStringLiteral("No incorrect answers. Well done!"));
+        } else {
+            const Question last = r.session.questions.last();
+            auto* card = view.findChild<QFrame*>(QStringLiteral("resultQuestion-") + last.id);
+            QCOMPARE(card->findChild<QLabel*>(QStringLiteral("yours"))->text(),
+                     QStringLiteral("Your answer: Unanswered"));
+            QCOMPARE(card->findChild<QLabel*>(QStringLiteral("correct"))->text(),
+                     QStringLiteral("Correct answer: ") + last.answers[last.correct]);
+            QCOMPARE(card->findChild<QLabel*>(QStringLiteral("headline"))->text(),
+                     last.id + QStringLiteral(" · ") + last.prompt);
+            // Its bookmark button marks and unmarks the question for the learner.
+            auto* bookmark = card->findChild<QPushButton*>(QStringLiteral("bookmark"));
+            for (const bool marked : {true, false}) {
+                QTest::mouseClick(bookmark, Qt::LeftButton);
+                QCOMPARE(h.store().saved().bookmarks.contains(h.store().key(r.session.pool, last)), marked);
+                QCOMPARE(bookmark->property("bookmarked").toBool(), marked);
+            }
+        }
         view.findChild<QCheckBox*>(QStringLiteral("onlyWrong"))->setChecked(false);
         QCOMPARE(cards(), 35);
-        QVERIFY(view.findChild<QPushButton*>(QStringLiteral("practiseIncorrect"))->isEnabled());
-    }
-
-    void perfectAttemptHasNothingToPractise()
-    {
-        Harness h;
-        const Result r = attempt(QStringLiteral("Exam"), QStringLiteral("Ada"), 35, 35, 0);
-        ResultView view(h.store(), r);
-        view.show();
-        Harness::settle();
-        QVERIFY(!view.findChild<QPushButton*>(QStringLiteral("practiseIncorrect"))->isEnabled());
-        QCOMPARE(view.findChild<QLabel*>(QStringLiteral("noIncorrectText"))->text(),
-                 QStringLiteral("No incorrect answers. Well done!"));
-        view.findChild<QCheckBox*>(QStringLiteral("onlyWrong"))->setChecked(false);
-        Harness::settle();
         QVERIFY(!view.findChild<QWidget*>(QStringLiteral("noIncorrect")));
-        QCOMPARE(view.findChildren<QFrame*>(QRegularExpression(QStringLiteral("^resultQuestion-"))).size(), 35);
-    }
-
-    void bookmarkButtonTogglesTheQuestion()
-    {
-        Harness h;
-        const Result r = attempt(QStringLiteral("Exam"), QStringLiteral("Ada"), 35, 34, 0);
-        h.store().addProfile(QStringLiteral("Ada"));
-        ResultView view(h.store(), r);
-        view.show();
-        const Question wrong = r.session.questions.last();
-        auto* card = view.findChild<QFrame*>(QStringLiteral("resultQuestion-") + wrong.id);
-        auto* bookmark = card->findChild<QPushButton*>(QStringLiteral("bookmark"));
-        QTest::mouseClick(bookmark, Qt::LeftButton);
-        QVERIFY(h.store().saved().bookmarks.contains(h.store().key(r.session.pool, wrong)));
-        QCOMPARE(bookmark->property("bookmarked").toBool(), true);
-        QTest::mouseClick(bookmark, Qt::LeftButton);
-        QVERIFY(!h.store().saved().bookmarks.contains(h.store().key(r.session.pool, wrong)));
-        QCOMPARE(bookmark->property("bookmarked").toBool(), false);
     }
 
     void printDocumentIsTheReportAtPrintSize()
@@ -174,9 +160,6 @@ private slots:
         const Result r = attempt(QStringLiteral("Exam"), QStringLiteral("Ada"), 35, 20, 5);
         const auto document = ResultView::printDocument(r);
         QCOMPARE(document->toPlainText(), resultPrintText(r));
-        QCOMPARE(document->textWidth(), 540.0);
-        QCOMPARE(document->defaultFont().pointSizeF(), 12.0);
-        QVERIFY(document->property("printHeight").toDouble() >= 700.0);
         QVERIFY(document->property("printHeight").toDouble() >= document->documentLayout()->documentSize().height());
     }
 

@@ -28,42 +28,15 @@ private slots:
         QTest::addColumn<QString>("icon");
         QTest::addColumn<QString>("page");
         QTest::addColumn<QString>("screen");
-        QTest::newRow("Learn") << "Learn"
-                               << "book"
-                               << "Learn"
-                               << "LearnView";
-        QTest::newRow("Progress") << "Progress"
-                                  << "chart.bar"
-                                  << "Progress"
-                                  << "ProgressViewPage";
-        QTest::newRow("Top 10") << "Top 10"
-                                << "trophy"
-                                << "Top10"
-                                << "LeaderboardView";
-        QTest::newRow("History") << "History"
-                                 << "clock"
-                                 << "History"
-                                 << "HistoryView";
-        QTest::newRow("Profiles") << "Profiles"
-                                  << "person.2"
-                                  << "Profiles"
-                                  << "ProfilesView";
-        QTest::newRow("Updates") << "Updates"
-                                 << "arrow.down.circle"
-                                 << "Updates"
-                                 << "UpdatesView";
-        QTest::newRow("Help") << "Help"
-                              << "questionmark.circle"
-                              << "Help"
-                              << "HelpView";
-        QTest::newRow("unknown") << "Settings"
-                                 << "book"
-                                 << "Learn"
-                                 << "LearnView";
-        QTest::newRow("case differs") << "help"
-                                      << "book"
-                                      << "Learn"
-                                      << "LearnView";
+        // Section|icon|page|screen; unknown names and other letter cases fall back to Learn.
+        for (const char* row :
+             {"Learn|book|Learn|LearnView", "Progress|chart.bar|Progress|ProgressViewPage",
+              "Top 10|trophy|Top10|LeaderboardView", "History|clock|History|HistoryView",
+              "Profiles|person.2|Profiles|ProfilesView", "Updates|arrow.down.circle|Updates|UpdatesView",
+              "Help|questionmark.circle|Help|HelpView", "Settings|book|Learn|LearnView", "help|book|Learn|LearnView"}) {
+            const QStringList f = QString::fromUtf8(row).split(QLatin1Char('|'));
+            QTest::newRow(row) << f[0] << f[1] << f[2] << f[3];
+        }
     }
 
     void sectionsHaveTheirIconsAndScreens()
@@ -74,37 +47,27 @@ private slots:
         QFETCH(QString, screen);
         QCOMPARE(RootView::iconName(tab), icon);
         Harness h;
-        h.root().setTab(tab);
+        // Known sections are chosen with their sidebar button, the others by name.
+        if (RootView::sections().contains(tab))
+            h.click(QStringLiteral("section-") + page);
+        else
+            h.root().setTab(tab);
         QCOMPARE(h.root().tab(), tab);
         QVERIFY(h.visible<QWidget>(QStringLiteral("sectionArea-") + page));
-        QVERIFY(h.root().currentSection());
         QCOMPARE(QString::fromLatin1(h.root().currentSection()->metaObject()->className()), screen);
-        auto* button = h.find<QAbstractButton>(QStringLiteral("section-") + page);
-        QVERIFY(button->isChecked());
+        for (const QString& other : RootView::sections())
+            QCOMPARE(h.find<QAbstractButton>(QStringLiteral("section-") + QString(other).remove(QLatin1Char(' ')))
+                         ->isChecked(),
+                     QString(other).remove(QLatin1Char(' ')) == page);
     }
 
-    void sidebarButtonsSelectTheirSection()
+    void menuOrder()
     {
         Harness h;
         QCOMPARE(RootView::sections(),
                  QStringList({"Learn", "Progress", "Top 10", "History", "Profiles", "Updates", "Help"}));
-        QCOMPARE(h.find<QWidget>(QStringLiteral("sidebar"))->width(), 190);
-        h.click(QStringLiteral("section-Top10"));
-        QCOMPARE(h.root().tab(), QStringLiteral("Top 10"));
-        QVERIFY(!h.find<QAbstractButton>(QStringLiteral("section-Learn"))->isChecked());
-        h.click(QStringLiteral("section-Learn"));
-        QCOMPARE(h.root().tab(), QStringLiteral("Learn"));
-    }
-
-    void windowIsTheOneMainWindow()
-    {
-        Harness h;
-        QCOMPARE(h.root().objectName(), QStringLiteral("main"));
-        QCOMPARE(h.root().windowTitle(), QStringLiteral("Kestovan Aerowen"));
-        QCOMPARE(h.root().minimumSize(), QSize(900, 670));
         QMenu* menu = h.root().menuBar()->findChild<QMenu*>(QStringLiteral("applicationMenu"));
         QVERIFY(menu);
-        QCOMPARE(menu->title(), QStringLiteral("Kestovan Aerowen"));
         QStringList items;
         for (QAction* action : menu->actions()) {
             if (!action->isSeparator())
@@ -130,7 +93,16 @@ private slots:
         QVERIFY(h.visible<QWidget>(QStringLiteral("releaseBanner")));
         QCOMPARE(h.visible<QLabel>(QStringLiteral("releaseText"))->text(), QStringLiteral("Aerowen 9.1 is available."));
 
+        // The header picker lists every learner and selects the one chosen.
+        h.store().addProfile(QStringLiteral("Ada"));
+        h.store().addProfile(QStringLiteral("Brian"));
         auto* picker = h.find<QComboBox>(QStringLiteral("profilePicker"));
+        QCOMPARE(picker->count(), h.store().saved().profiles.size());
+        QCOMPARE(picker->currentText(), QStringLiteral("Brian"));
+        const int ada = picker->findText(QStringLiteral("Ada"));
+        picker->setCurrentIndex(ada);
+        emit picker->activated(ada);
+        QCOMPARE(h.store().profile().name, QStringLiteral("Ada"));
         QVERIFY(picker->isEnabled());
         const Pool pool = h.store().studyPools().first();
         h.store().begin(pool, QStringLiteral("Exam"), QStringLiteral("Guest"), true, QString());
@@ -183,21 +155,6 @@ private slots:
         QVERIFY(h.root().currentBody()->isVisible());
     }
 
-    void profilePickerListsAndSelects()
-    {
-        Harness h;
-        h.store().addProfile(QStringLiteral("Ada"));
-        h.store().addProfile(QStringLiteral("Brian"));
-        auto* picker = h.find<QComboBox>(QStringLiteral("profilePicker"));
-        QCOMPARE(picker->count(), h.store().saved().profiles.size());
-        QCOMPARE(picker->currentText(), QStringLiteral("Brian"));
-        QCOMPARE(picker->width(), 210);
-        const int ada = picker->findText(QStringLiteral("Ada"));
-        picker->setCurrentIndex(ada);
-        emit picker->activated(ada);
-        QCOMPARE(h.store().profile().name, QStringLiteral("Ada"));
-    }
-
     void statusMessageShowsUntilOK()
     {
         Harness h;
@@ -206,7 +163,6 @@ private slots:
         Harness::settle();
         QMessageBox* alert = h.openBox(QStringLiteral("statusAlert"));
         QVERIFY(alert);
-        QCOMPARE(alert->windowTitle(), QStringLiteral("Kestovan Aerowen"));
         QCOMPARE(alert->text(), QStringLiteral("Progress could not be saved: disk full"));
         QCOMPARE(alert->buttons().size(), 1);
         QVERIFY(h.answerBox(QStringLiteral("OK"), QStringLiteral("statusAlert")));

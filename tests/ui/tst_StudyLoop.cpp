@@ -60,12 +60,9 @@ private slots:
 
         QCOMPARE(h.visible<QPushButton>(QStringLiteral("leave"))->accessibleName(), QStringLiteral("Save & Leave"));
         h.click(QStringLiteral("leave"));
-        QMessageBox* leave = h.openBox();
-        QVERIFY(leave);
-        QCOMPARE(leave->windowTitle(), QStringLiteral("Save and leave?"));
-        QCOMPARE(leave->informativeText(),
-                 QStringLiteral("Your answers will be saved, but this attempt will no longer qualify for the top 10."));
-        QVERIFY(h.answerBox(QStringLiteral("Save & Leave")));
+        h.confirm(QStringLiteral("Save and leave?"),
+                  QStringLiteral("Your answers will be saved, but this attempt will no longer qualify for the top 10."),
+                  QStringLiteral("Save & Leave"));
         QVERIFY(!h.store().session());
         QCOMPARE(h.root().currentBody()->objectName(), QStringLiteral("sectionsPage"));
 
@@ -82,13 +79,10 @@ private slots:
 
         h.now += 125;
         h.click(QStringLiteral("finish"));
-        QMessageBox* submit = h.openBox();
-        QVERIFY(submit);
-        QCOMPARE(submit->windowTitle(), QStringLiteral("Submit this attempt?"));
-        QCOMPARE(
-            submit->informativeText(),
-            QStringLiteral("33 unanswered questions will be counted as incorrect. Your timer stops on submission."));
-        QVERIFY(h.answerBox(QStringLiteral("Submit")));
+        h.confirm(
+            QStringLiteral("Submit this attempt?"),
+            QStringLiteral("33 unanswered questions will be counted as incorrect. Your timer stops on submission."),
+            QStringLiteral("Submit"));
         QVERIFY(!h.store().session());
         QVERIFY(h.store().result());
         QCOMPARE(h.root().currentBody()->objectName(), QStringLiteral("resultView"));
@@ -134,9 +128,6 @@ private slots:
         const qint64 wrong = (q.correct + 1) % q.answers.size();
         h.key(Qt::Key(Qt::Key_A + wrong));
         QVERIFY(check->isEnabled());
-        auto* chosenRow = h.visible<CardButton>(QStringLiteral("answer-") + QString::number(wrong));
-        QCOMPARE(chosenRow->outline(), QColor(0x0f, 0x8b, 0x8d));
-        QCOMPARE(qRound(chosenRow->fill().alphaF() * 100), 13);
         h.click(QStringLiteral("checkAnswer"));
         QVERIFY(h.store().session()->revealed.contains(q.id));
         QVERIFY(!h.visible<QPushButton>(QStringLiteral("checkAnswer")));
@@ -144,23 +135,17 @@ private slots:
         QVERIFY(line);
         QCOMPARE(line->text(), QStringLiteral("Correct answer: ") + QChar(char16_t(65 + q.correct)) +
                                    QStringLiteral(". ") + q.answers[q.correct]);
-        auto* correctRow = h.visible<CardButton>(QStringLiteral("answer-") + QString::number(q.correct));
-        QCOMPARE(correctRow->fill().rgb(), QColor(0x2e, 0x9e, 0x4f).rgb());
-        QCOMPARE(qRound(correctRow->fill().alphaF() * 100), 18);
         for (int i = 0; i < q.answers.size(); ++i)
             QVERIFY(!h.visible<CardButton>(QStringLiteral("answer-") + QString::number(i))->isEnabled());
         // The keys do nothing on a revealed question.
         h.key(Qt::Key(Qt::Key_A + q.correct));
         QCOMPARE(h.store().session()->answers.value(q.id), wrong);
 
-        QCOMPARE(h.visible<QPushButton>(QStringLiteral("leave"))->text(), QStringLiteral("Leave"));
-        QCOMPARE(h.visible<QPushButton>(QStringLiteral("finish"))->text(), QStringLiteral("Finish && Score"));
         h.click(QStringLiteral("leave"));
-        QCOMPARE(h.openBox()->windowTitle(), QStringLiteral("Leave this Guest attempt?"));
-        QCOMPARE(h.openBox()->informativeText(),
-                 QStringLiteral("Guest answers and scores are not saved. Leaving ends this attempt."));
         // "Continue" keeps the session; the flag is reset so the alert can open again.
-        QVERIFY(h.answerBox(QStringLiteral("Continue")));
+        h.confirm(QStringLiteral("Leave this Guest attempt?"),
+                  QStringLiteral("Guest answers and scores are not saved. Leaving ends this attempt."),
+                  QStringLiteral("Continue"));
         QVERIFY(h.store().session());
         h.click(QStringLiteral("leave"));
         QVERIFY(h.answerBox(QStringLiteral("Leave")));
@@ -200,12 +185,8 @@ private slots:
         h.click(QStringLiteral("bookmark"));
         QVERIFY(h.store().saved().bookmarks.contains(h.store().key(pool, h.store().session()->questions[1])));
         QCOMPARE(h.visible<QPushButton>(QStringLiteral("bookmark"))->text(), QStringLiteral("Bookmarked"));
-    }
 
-    void elapsedTimeIsShownAndNamed()
-    {
-        Harness h;
-        h.startFromLearn(QStringLiteral("Study All"), QStringLiteral("Ada"));
+        // The clock ticks on screen in hours, minutes and seconds.
         h.now += 3725;
         QTest::qWait(1100);
         auto* time = h.visible<QLabel>(QStringLiteral("elapsed"));
@@ -220,10 +201,7 @@ private slots:
             Harness h;
             h.startFromLearn(QStringLiteral("Study All"), QStringLiteral("Ada"));
             auto* slider = h.visible<QSlider>(QStringLiteral("textSize"));
-            QCOMPARE(slider->minimum(), 15);
-            QCOMPARE(slider->maximum(), 26);
             QCOMPARE(slider->value(), 18);
-            QCOMPARE(slider->accessibleName(), QStringLiteral("Question text size"));
             slider->setValue(23);
             QCOMPARE(h.visible<QLabel>(QStringLiteral("prompt"))->font().pointSizeF(), 23.0);
         }
@@ -249,16 +227,14 @@ private slots:
         Harness h;
         h.startFromLearn(QStringLiteral("Weak Topics"), QStringLiteral("Ada"));
         h.click(QStringLiteral("leave"));
-        QCOMPARE(h.openBox()->informativeText(), QStringLiteral("Your place and answers will be saved."));
-        QVERIFY(h.answerBox(QStringLiteral("Save & Leave")));
+        h.confirm(QStringLiteral("Save and leave?"), QStringLiteral("Your place and answers will be saved."),
+                  QStringLiteral("Save & Leave"));
         QCOMPARE(h.store().savedSessions().size(), 1);
         h.click(QStringLiteral("delete"));
-        QMessageBox* box = h.openBox();
-        QVERIFY(box);
-        QCOMPARE(box->windowTitle(), QStringLiteral("Delete Saved Session?"));
-        QCOMPARE(box->informativeText(), QStringLiteral("This removes the saved attempt and its answers. Completed "
-                                                        "results and study progress are kept."));
-        QVERIFY(h.answerBox(button));
+        h.confirm(QStringLiteral("Delete Saved Session?"),
+                  QStringLiteral("This removes the saved attempt and its answers. Completed results and study progress "
+                                 "are kept."),
+                  button);
         QCOMPARE(h.store().savedSessions().size(), kept ? 1 : 0);
         QCOMPARE(h.visible<QWidget>(QStringLiteral("savedSessions")) != nullptr, kept);
     }
