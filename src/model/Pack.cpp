@@ -13,9 +13,10 @@ namespace {
 
 const QString kId = QStringLiteral("id");
 
+} // namespace
+
 bool isStrictBase64(const QString& text)
 {
-    // Standard alphabet, whole groups of four, padding only at the very end; no line breaks or other characters.
     if (text.size() % 4 != 0)
         return false;
     const qsizetype padding = text.endsWith(QLatin1StringView("==")) ? 2 : text.endsWith(QLatin1Char('=')) ? 1 : 0;
@@ -28,8 +29,6 @@ bool isStrictBase64(const QString& text)
     }
     return true;
 }
-
-} // namespace
 
 QString levelLetter(const QString& level)
 {

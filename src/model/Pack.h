@@ -66,5 +66,8 @@ struct Pack
     void validate() const;
 };
 
+// Standard Base64 in whole groups of four, padding only at the very end, no line breaks or other characters.
+bool isStrictBase64(const QString& text);
+
 // The level letter that every question id of a level starts with; empty for an unknown level.
 QString levelLetter(const QString& level);

@@ -11,20 +11,6 @@ namespace OfficialUpdates {
 
 namespace {
 
-bool isStrictBase64(const QString& text)
-{
-    if (text.size() % 4 != 0)
-        return false;
-    const qsizetype padding = text.endsWith(QLatin1StringView("==")) ? 2 : text.endsWith(QLatin1Char('=')) ? 1 : 0;
-    for (qsizetype i = 0; i < text.size() - padding; ++i) {
-        const char16_t c = text.at(i).unicode();
-        if (!((c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') || (c >= u'0' && c <= u'9') || c == u'+' ||
-              c == u'/'))
-            return false;
-    }
-    return true;
-}
-
 bool opensAsImage(const QByteArray& bytes)
 {
     QBuffer buffer;
