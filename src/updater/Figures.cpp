@@ -1,9 +1,8 @@
 // Official figures: the known-image table, label forms, label verification and the figure step of parse.
 #include "UpdaterInternals.h"
 
-#include <QBuffer>
 #include <QFileInfo>
-#include <QImageReader>
+#include <QImage>
 
 #include <algorithm>
 
@@ -13,11 +12,7 @@ namespace {
 
 bool opensAsImage(const QByteArray& bytes)
 {
-    QBuffer buffer;
-    buffer.setData(bytes);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
-    return reader.canRead() && !reader.read().isNull();
+    return !QImage::fromData(bytes).isNull();
 }
 
 QStringList labelsOf(const QByteArray& image, const Identify& identify)

@@ -1,9 +1,7 @@
 // On-device text recognition of figure captions with Tesseract.
 #include "OfficialUpdates.h"
 
-#include <QBuffer>
 #include <QImage>
-#include <QImageReader>
 
 #include <tesseract/baseapi.h>
 #include <tesseract/resultiterator.h>
@@ -14,23 +12,10 @@
 
 namespace OfficialUpdates {
 
-namespace {
-
-QImage decoded(const QByteArray& bytes)
-{
-    QBuffer buffer;
-    buffer.setData(bytes);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
-    return reader.read();
-}
-
-} // namespace
-
 QString recognizeText(const QByteArray& image)
 {
     // Tesseract is handed decoded pixels, so it never guesses at the file format itself.
-    QImage pixels = decoded(image);
+    QImage pixels = QImage::fromData(image);
     if (pixels.isNull())
         return {};
     if (pixels.hasAlphaChannel()) {
