@@ -1,4 +1,4 @@
-// Test isolation.
+// Test isolation and the test-class registry.
 #include "TestEnvironment.h"
 
 #include "store/Settings.h"
@@ -7,10 +7,18 @@
 #include <QDir>
 #include <QSettings>
 #include <QStandardPaths>
+#include <map>
+#include <vector>
 
 namespace {
 QTemporaryDir* settingsDir = nullptr;
+
+std::map<QString, std::function<std::unique_ptr<QObject>()>>& registry()
+{
+    static std::map<QString, std::function<std::unique_ptr<QObject>()>> classes;
+    return classes;
 }
+} // namespace
 
 void TestEnvironment::prepare()
 {
@@ -28,4 +36,27 @@ QString TestEnvironment::freshFolder(QTemporaryDir& dir)
 {
     Q_ASSERT(dir.isValid());
     return dir.path();
+}
+
+void TestRegistry::add(const char* name, std::function<std::unique_ptr<QObject>()> make)
+{
+    registry().emplace(QString::fromLatin1(name), std::move(make));
+}
+
+int TestRegistry::runAll(int argc, char** argv)
+{
+    std::vector<char*> args(argv, argv + argc);
+    QString only;
+    if (args.size() > 1 && registry().count(QString::fromLocal8Bit(args[1]))) {
+        only = QString::fromLocal8Bit(args[1]);
+        args.erase(args.begin() + 1);
+    }
+    int failed = 0;
+    for (const auto& [name, make] : registry()) {
+        if (only.isEmpty() || name == only) {
+            std::unique_ptr<QObject> test = make();
+            failed += QTest::qExec(test.get(), int(args.size()), args.data());
+        }
+    }
+    return failed;
 }
