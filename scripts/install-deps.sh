@@ -9,6 +9,7 @@ packages=(
     libtesseract-dev tesseract-ocr-eng
     curl unzip
     zip openssl python3 xvfb xauth fonts-dejavu-core
+    dpkg-dev desktop-file-utils appstream
 )
 
 missing=()

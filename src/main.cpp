@@ -1,18 +1,68 @@
-// Kestovan Aerowen: starts the application object, which creates the one store and the main window.
+// Kestovan Aerowen: reads the command line, then starts the application object, which creates the one store and
+// the main window.
+#include "Config.h"
 #include "store/Settings.h"
 #include "store/Store.h"
 #include "ui/App.h"
 
 #include <QApplication>
+#include <QCommandLineParser>
+#include <QIcon>
 #include <cstdio>
 #include <memory>
 
+namespace {
+
+// The desktop entry, the icon and the metadata are all named after this id, so that desktops group the window
+// with its menu entry.
+const QString applicationId = QStringLiteral("org.kestovan.Aerowen");
+
+void describe(QCoreApplication& app)
+{
+    app.setOrganizationName(Settings::organization);
+    app.setApplicationName(Settings::application);
+    app.setApplicationVersion(QString::fromLatin1(Config::version));
+}
+
+// --help and --version print and exit before any window system is contacted, so they work on a text console too.
+void handleCommandLine(int argc, char* argv[])
+{
+    QCoreApplication app(argc, argv);
+    describe(app);
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Study the official NCVEC question pools and sit practice exams for the US amateur radio "
+                       "licences."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.process(app);
+}
+
+// Without a display the toolkit would abort with a message about platform plugins; say plainly what is missing.
+bool displayAvailable()
+{
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+}
+
+} // namespace
+
 int main(int argc, char* argv[])
 {
+    handleCommandLine(argc, argv);
+    if (!displayAvailable()) {
+        std::fprintf(stderr, "kestovan-aerowen: no graphical display found (DISPLAY and WAYLAND_DISPLAY are not "
+                             "set); start it from a desktop session.\n");
+        return 1;
+    }
+
     QApplication app(argc, argv);
-    QApplication::setOrganizationName(Settings::organization);
-    QApplication::setApplicationName(Settings::application);
-    QApplication::setApplicationVersion(QStringLiteral("1.0.2"));
+    describe(app);
+    QGuiApplication::setDesktopFileName(applicationId);
+    QIcon icon;
+    for (int size : {48, 64, 128, 256})
+        icon.addFile(QStringLiteral(":/icons/%1-%2.png").arg(applicationId).arg(size), QSize(size, size));
+    QApplication::setWindowIcon(icon);
 
     std::unique_ptr<AerowenApp> aerowen;
     try {

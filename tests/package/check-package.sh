@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# Checks the desktop integration and the Debian package: the desktop entry and AppStream metadata validate, the
+# installation holds exactly the expected files, and the packaged binary answers --version, --help and a missing
+# display without opening a window.
+# Usage: check-package.sh SOURCE_DIR BUILD_DIR CPACK
+set -euo pipefail
+source_dir=$1 build_dir=$2 cpack=$3
+id=org.kestovan.Aerowen
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+fail() { echo "FAIL: $*" >&2; exit 1; }
+
+desktop-file-validate "$source_dir/resources/linux/$id.desktop" | grep -v ': hint:' && fail "desktop entry"
+appstreamcli validate --no-net "$build_dir/$id.metainfo.xml" || fail "AppStream metadata"
+
+expected="./usr/bin/kestovan-aerowen
+./usr/share/applications/$id.desktop
+./usr/share/icons/hicolor/128x128/apps/$id.png
+./usr/share/icons/hicolor/256x256/apps/$id.png
+./usr/share/icons/hicolor/48x48/apps/$id.png
+./usr/share/icons/hicolor/64x64/apps/$id.png
+./usr/share/icons/hicolor/scalable/apps/$id.svg
+./usr/share/man/man1/kestovan-aerowen.1.gz
+./usr/share/metainfo/$id.metainfo.xml"
+
+# cmake --install honours the prefix and DESTDIR.
+DESTDIR="$work/destdir" cmake --install "$build_dir" --prefix /usr >/dev/null
+installed=$(cd "$work/destdir" && find . -type f | sort)
+[ "$installed" = "$expected" ] || fail "installed files differ:"$'\n'"$installed"
+
+"$cpack" -G DEB -B "$work/package" --config "$build_dir/CPackConfig.cmake" >/dev/null
+deb="$work/package/kestovan-aerowen_1.0.2_amd64.deb"
+[ -f "$deb" ] || fail "no package named $(basename "$deb"): $(ls "$work/package")"
+packaged=$(dpkg-deb -c "$deb" | awk '$1 !~ /^d/ {print $6}' | sort)
+[ "$packaged" = "$expected" ] || fail "packaged files differ:"$'\n'"$packaged"
+depends=$(dpkg-deb -f "$deb" Depends)
+for need in curl unzip tesseract-ocr-eng libqt6widgets6 libqt6pdf6 libtesseract5; do
+    [[ ", $depends," == *", $need"[\ ,]* ]] || fail "Depends lacks $need: $depends"
+done
+
+dpkg-deb -x "$deb" "$work/root"
+binary="$work/root/usr/bin/kestovan-aerowen"
+[ "$(env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM "$binary" --version)" = "Kestovan Aerowen 1.0.2" ] ||
+    fail "--version"
+env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM "$binary" --help | grep -q -- '--version' || fail "--help"
+set +e
+message=$(env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM "$binary" 2>&1)
+status=$?
+set -e
+[ "$status" -eq 1 ] || fail "without a display the exit status is $status"
+[ "$message" = "kestovan-aerowen: no graphical display found (DISPLAY and WAYLAND_DISPLAY are not set); start it from a desktop session." ] ||
+    fail "without a display it said: $message"
+echo "package checks passed"
