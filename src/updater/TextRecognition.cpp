@@ -2,6 +2,7 @@
 #include "TextRecognition.h"
 
 #include "OfficialUpdates.h"
+#include "model/Cancellation.h"
 
 #include <QImage>
 
@@ -96,8 +97,11 @@ QString TextRecognizer::text(const QByteArray& image, Layout layout)
     api.SetImage(pixels.constBits(), pixels.width(), pixels.height(), 1, int(pixels.bytesPerLine()));
     // No resolution is declared: official images carry none, and a guessed one makes the layout analysis drop
     // captions as noise or as specks. Tesseract estimates it from the size of the text it finds.
+    // Recognition of a large image takes a while; a quitting application abandons it.
+    tesseract::ETEXT_DESC monitor;
+    monitor.cancel = [](void*, int) { return cancellationRequested(); };
     QStringList lines;
-    if (api.Recognize(nullptr) == 0) {
+    if (api.Recognize(&monitor) == 0 && !cancellationRequested()) {
         std::unique_ptr<tesseract::ResultIterator> it(api.GetIterator());
         if (it) {
             do {
@@ -109,6 +113,8 @@ QString TextRecognizer::text(const QByteArray& image, Layout layout)
         }
     }
     api.Clear();
+    if (cancellationRequested())
+        throw Cancelled();
     return lines.join(QLatin1Char('\n')).normalized(QString::NormalizationForm_KC);
 }
 
