@@ -8,7 +8,7 @@ AppRelease AppRelease::fromJson(const QJsonObject& o)
     AppRelease r;
     r.version = Json::string(o, QStringLiteral("version"));
     r.build = Json::integer(o, QStringLiteral("build"));
-    r.url = QUrl(Json::string(o, QStringLiteral("url")), QUrl::StrictMode);
+    r.url = Json::string(o, QStringLiteral("url"));
     return r;
 }
 
@@ -19,7 +19,6 @@ AppRelease AppRelease::fromBytes(const QByteArray& bytes)
 
 QJsonObject AppRelease::toJson() const
 {
-    return QJsonObject{{QStringLiteral("version"), version},
-                       {QStringLiteral("build"), build},
-                       {QStringLiteral("url"), url.toString(QUrl::FullyEncoded)}};
+    return QJsonObject{
+        {QStringLiteral("version"), version}, {QStringLiteral("build"), build}, {QStringLiteral("url"), url}};
 }

@@ -13,7 +13,9 @@ struct AppRelease
 {
     QString version;
     qint64 build = 0;
-    QUrl url;
+    // The download page as the record writes it: kept as text, because a parsed address has its host lower-cased
+    // and the host must match the maker's exactly.
+    QString url;
 
     bool operator==(const AppRelease&) const = default;
     static AppRelease fromJson(const QJsonObject& o);
@@ -25,6 +27,8 @@ struct AppRelease
     static AppRelease fetch();
     // Throws DataError::invalid unless the record names a plain three-part version, a build and the download page.
     void validate() const;
+    // The download page as an address to open.
+    QUrl address() const { return QUrl(url, QUrl::StrictMode); }
     // Whether this release is newer than the running version and build.
     bool isNewer(const QString& runningVersion, qint64 runningBuild) const;
 

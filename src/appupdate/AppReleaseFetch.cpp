@@ -1,6 +1,8 @@
 // Fetching, validating and comparing the maker's release record.
 #include "AppRelease.h"
 
+#include "model/Cancellation.h"
+
 #include "Config.h"
 
 #include <QEventLoop>
@@ -9,6 +11,7 @@
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QRegularExpression>
+#include <QTimer>
 
 namespace {
 
@@ -68,8 +71,20 @@ AppRelease AppRelease::fetch()
     });
     QEventLoop loop;
     QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    // A quitting application aborts the request instead of waiting for its time-out.
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, reply, [reply] {
+        if (cancellationRequested())
+            reply->abort();
+    });
+    watch.start(50);
     if (!reply->isFinished())
         loop.exec();
+    watch.stop();
+    if (cancellationRequested()) {
+        delete reply;
+        throw Cancelled();
+    }
 
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     const QNetworkReply::NetworkError error = reply->error();
@@ -105,11 +120,15 @@ void AppRelease::validate() const
     static const QRegularExpression versionPattern(QStringLiteral("^[0-9]+\\.[0-9]+\\.[0-9]+$"));
     require(versionPattern.match(version).hasMatch());
     require(build >= 1);
-    require(url.isValid() && url.scheme() == QLatin1StringView("https"));
-    require(!url.host().isEmpty() && url.host() == QLatin1StringView(Config::makerHost));
-    require(url.path() == QLatin1StringView("/software/aerowen") ||
-            url.path() == QLatin1StringView("/software/aerowen/"));
-    require(url.userName().isEmpty() && url.password().isEmpty() && !url.hasQuery() && !url.hasFragment());
+    const QUrl page = address();
+    require(page.isValid() && url.startsWith(QLatin1StringView("https://")));
+    // The host as written, letter case included: everything between "//" and the path, without a port.
+    const QString authority = url.mid(8).section(QRegularExpression(QStringLiteral("[/?#]")), 0, 0);
+    require(!authority.contains(QLatin1Char('@')) &&
+            authority.section(QLatin1Char(':'), 0, 0) == QLatin1StringView(Config::makerHost));
+    require(page.path() == QLatin1StringView("/software/aerowen") ||
+            page.path() == QLatin1StringView("/software/aerowen/"));
+    require(page.userName().isEmpty() && page.password().isEmpty() && !page.hasQuery() && !page.hasFragment());
 }
 
 bool AppRelease::isNewer(const QString& runningVersion, qint64 runningBuild) const

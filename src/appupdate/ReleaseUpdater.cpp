@@ -6,7 +6,6 @@
 
 #include <QDesktopServices>
 #include <QFutureWatcher>
-#include <QtConcurrent/QtConcurrentRun>
 
 ReleaseUpdater::ReleaseUpdater(Fetcher fetcher, Opener opener, QObject* parent)
     : Updater(parent), m_fetcher(fetcher ? std::move(fetcher) : Fetcher(&AppRelease::fetch)),
@@ -55,7 +54,7 @@ void ReleaseUpdater::run(bool quiet)
         emit canCheckForUpdatesChanged();
         finish(release, quiet);
     });
-    watcher->setFuture(QtConcurrent::run([fetcher = m_fetcher]() -> std::optional<AppRelease> {
+    watcher->setFuture(m_workers.run([fetcher = m_fetcher]() -> std::optional<AppRelease> {
         try {
             return fetcher();
         } catch (...) {
@@ -90,7 +89,7 @@ void ReleaseUpdater::finish(const std::optional<AppRelease>& release, bool quiet
     }
     // Installing on Linux means handing the learner the release's download page; the delegate may hold it back
     // the way it would hold back a restart.
-    const QUrl page = release->url;
+    const QUrl page = release->address();
     std::function<void()> install = [opener = m_opener, page] { opener(page); };
     if (UpdaterDelegate* d = delegate(); d && d->shouldPostponeRelaunch(install))
         return;
@@ -101,4 +100,10 @@ void ReleaseUpdater::notify(const QString& text)
 {
     if (m_notifier)
         m_notifier(QStringLiteral("Check for Updates"), text);
+}
+
+void ReleaseUpdater::shutDown(int waitMs)
+{
+    m_automatic.stop();
+    m_workers.shutDown(waitMs);
 }

@@ -3,6 +3,7 @@
 
 #include "AppRelease.h"
 #include "Updater.h"
+#include "model/Workers.h"
 
 #include <QTimer>
 
@@ -26,6 +27,7 @@ public:
     bool automaticallyChecksForUpdates() const override;
     void setAutomaticallyChecksForUpdates(bool on) override;
     void checkForUpdates() override;
+    void shutDown(int waitMs) override;
 
     void setNotifier(Notifier notifier) { m_notifier = std::move(notifier); }
 
@@ -39,4 +41,6 @@ private:
     Notifier m_notifier;
     bool m_running = false;
     QTimer m_automatic;
+    // Last, so that its threads are stopped before the rest of the updater goes.
+    Workers m_workers;
 };

@@ -29,6 +29,8 @@ public:
     virtual void setAutomaticallyChecksForUpdates(bool on) = 0;
     // Starts a check now; the updater reports its outcome itself.
     virtual void checkForUpdates() = 0;
+    // Stops a running check and waits at most waitMs for it; the application calls it when it quits.
+    virtual void shutDown(int waitMs) { Q_UNUSED(waitMs); }
 
     void setDelegate(UpdaterDelegate* delegate) { m_delegate = delegate; }
     UpdaterDelegate* delegate() const { return m_delegate; }

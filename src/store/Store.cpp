@@ -97,8 +97,9 @@ QByteArray ProgressEncoder::encodeDraft(const Session& draft, QHash<QUuid, Draft
     QJsonObject object = light.toJson();
     object.insert(QStringLiteral("pool"), QJsonObject());
     QByteArray bytes = Json::compact(object);
-    splice(bytes, "\"pool\":{}", parts.poolBytes);
+    // The session's own question list first: a pool copy without questions holds an empty list of its own.
     splice(bytes, "\"questions\":[]", parts.questionBytes);
+    splice(bytes, "\"pool\":{}", parts.poolBytes);
     kept.insert(draft.id, std::move(parts));
     return bytes;
 }
@@ -107,14 +108,20 @@ QByteArray ProgressEncoder::encode(const Saved& saved)
 {
     // The profiles, statistics and bookmarks are small and re-encoded each time; finished results are encoded once,
     // and of each draft only the small changing fields.
-    QHash<QUuid, QByteArray> keptResults;
+    // A kept encoding is used only for the very result it was made from: a hand-edited file may hold two results
+    // with one id, and each is written as it was read.
+    QHash<QUuid, KeptResult> keptResults;
     keptResults.reserve(saved.results.size());
+    QList<QByteArray> results;
+    results.reserve(saved.results.size());
     qsizetype resultBytes = 0;
     for (const Result& r : saved.results) {
-        auto it = m_results.constFind(r.id);
-        QByteArray encoded = it != m_results.constEnd() ? *it : Json::compact(r.toJson());
+        const auto it = m_results.constFind(r.id);
+        QByteArray encoded = it != m_results.constEnd() && it->result == r ? it->bytes : Json::compact(r.toJson());
         resultBytes += encoded.size() + 1;
-        keptResults.insert(r.id, std::move(encoded));
+        if (!keptResults.contains(r.id))
+            keptResults.insert(r.id, KeptResult{r, encoded});
+        results.append(std::move(encoded));
     }
     m_results = std::move(keptResults);
 
@@ -155,7 +162,7 @@ QByteArray ProgressEncoder::encode(const Saved& saved)
     for (qsizetype i = 0; i < saved.results.size(); ++i) {
         if (i > 0)
             out.append(',');
-        out.append(m_results.value(saved.results.at(i).id));
+        out.append(results.at(i));
     }
     out.append(head.constData() + at + emptyResults.size() - 1, head.size() - (at + emptyResults.size() - 1));
     return out;
@@ -242,10 +249,53 @@ Store::Store(std::optional<QString> dataPath, std::optional<QString> storagePath
         loadInstalledPack();
     } catch (const Failure& failure) {
         m_message = QStringLiteral("Storage could not be prepared: ") + failure.description();
+        // Whatever stopped start-up, a progress file it did not read must survive the next save: a broken
+        // installation must never cost a learner their history.
+        if (QFile::exists(filePath(progressName)) && !m_progressRead) {
+            m_progressUnpreserved = !m_recoveryCopy;
+            if (preserveProgress())
+                m_message +=
+                    QStringLiteral(" Your saved progress was not read; it has been kept as “%1”.").arg(*m_recoveryCopy);
+        }
     }
 }
 
-Store::~Store() = default;
+bool Store::preserveProgress()
+{
+    const QString path = filePath(progressName);
+    QFile original(path);
+    if (!original.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray bytes = original.readAll();
+    original.close();
+    // A copy with the same bytes from an earlier start already preserves this file.
+    const QStringList copies =
+        QDir(m_folder).entryList({recoveryPrefix + QStringLiteral("*.json")}, QDir::Files, QDir::Name);
+    for (const QString& name : copies) {
+        QFile copy(filePath(name));
+        if (copy.size() == bytes.size() && copy.open(QIODevice::ReadOnly) && copy.readAll() == bytes) {
+            m_recoveryCopy = name;
+            m_progressUnpreserved = false;
+            return true;
+        }
+    }
+    const QString name = recoveryPrefix + QString::number(QDateTime::currentSecsSinceEpoch()) + QStringLiteral(".json");
+    if (!original.copy(filePath(name)))
+        return false;
+    m_recoveryCopy = name;
+    m_progressUnpreserved = false;
+    return true;
+}
+
+Store::~Store()
+{
+    m_workers.shutDown(-1);
+}
+
+bool Store::shutDown(int waitMs)
+{
+    return m_workers.shutDown(waitMs);
+}
 
 void Store::loadProgress()
 {
@@ -257,15 +307,14 @@ void Store::loadProgress()
         if (loaded.profiles.isEmpty())
             throw DataError(DataError::invalid);
         m_saved = std::move(loaded);
+        m_progressRead = true;
     } catch (const Failure& failure) {
         m_message = QStringLiteral("Saved progress could not be read. The original file has been preserved. ") +
                     failure.description();
-        const qint64 seconds = QDateTime::currentSecsSinceEpoch();
-        const QString copy = filePath(recoveryPrefix + QString::number(seconds) + QStringLiteral(".json"));
-        QFile original(path);
-        if (!original.copy(copy))
-            throw FileError(QStringLiteral("The unreadable progress file could not be copied to “%1”: %2")
-                                .arg(copy, original.errorString()));
+        if (!preserveProgress()) {
+            m_progressUnpreserved = true;
+            throw FileError(QStringLiteral("The unreadable progress file could not be copied beside it."));
+        }
     }
 }
 
@@ -299,6 +348,9 @@ void Store::writeProgress(const Saved& saved)
 void Store::save()
 {
     try {
+        if (m_progressUnpreserved && !preserveProgress())
+            throw FileError(QStringLiteral("The progress file that could not be read is not replaced before a copy "
+                                           "of it has been kept."));
         writeProgress(m_saved);
     } catch (const Failure& failure) {
         setMessage(QStringLiteral("Progress could not be saved: ") + failure.description());
@@ -310,6 +362,7 @@ void Store::clearAllData()
     try {
         Saved fresh = Saved::initial();
         writeProgress(fresh);
+        m_progressUnpreserved = false; // clearing everything replaces an unread file on purpose
         setSaved(std::move(fresh));
         setSession(std::nullopt);
         setResult(std::nullopt);
@@ -327,6 +380,7 @@ void Store::clearAllData()
             if (!file.remove())
                 throw FileError(file.errorString());
         }
+        m_recoveryCopy.reset();
     } catch (const Failure& failure) {
         setMessage(QStringLiteral("Could not finish clearing local data: ") + failure.description());
     }

@@ -6,6 +6,7 @@
 #include "model/Errors.h"
 #include "model/Learner.h"
 #include "model/Pack.h"
+#include "model/Workers.h"
 
 #include <QImage>
 #include <QObject>
@@ -33,7 +34,12 @@ private:
     };
     QByteArray encodeDraft(const Session& draft, QHash<QUuid, DraftParts>& kept) const;
 
-    QHash<QUuid, QByteArray> m_results;
+    struct KeptResult
+    {
+        Result result;
+        QByteArray bytes;
+    };
+    QHash<QUuid, KeptResult> m_results;
     QHash<QUuid, DraftParts> m_drafts;
     // Statistics change only when an answer is checked or a session finished, not on every click.
     QMap<QString, Stat> m_stats;
@@ -92,6 +98,8 @@ public:
     // Plain state.
     const Corrections& diagramCorrections() const { return m_diagramCorrections; }
     const QString& folder() const { return m_folder; }
+    // The name of the copy in which start-up kept a progress file it could not read, if any.
+    const std::optional<QString>& recoveryCopy() const { return m_recoveryCopy; }
     QString filePath(const QString& name) const;
 
     // Pools of the pack in display order: level, then newest period first.
@@ -142,6 +150,12 @@ public:
     // Application release check.
     void checkApplicationUpdates();
 
+    // Stops running checks (child processes killed, text recognition abandoned, requests aborted) and waits at
+    // most waitMs for their threads; called when the application quits. True when no worker is left running.
+    bool shutDown(int waitMs);
+    // What stops the store's background work; a signal handler may request it.
+    Cancellation& cancellation() const { return *m_workers.cancellation(); }
+
 signals:
     void packChanged();
     void savedChanged();
@@ -172,6 +186,8 @@ private:
     void setAvailableRelease(const std::optional<AppRelease>& release);
     void setDiagramReview(const std::optional<DiagramReview>& review);
     void writeProgress(const Saved& saved);
+    // Keeps an unread progress file as a recovery copy (or finds an identical one); false when that failed.
+    bool preserveProgress();
 
     Pack m_pack;
     Saved m_saved;
@@ -188,6 +204,10 @@ private:
     double m_tickStart = 0;
     double m_baseElapsed = 0;
     QString m_folder;
+    bool m_progressRead = false;
+    // progress.json holds progress that was not read and not yet copied aside: no save may replace it.
+    bool m_progressUnpreserved = false;
+    std::optional<QString> m_recoveryCopy;
 
     MonotonicClock m_clock;
     SavePanel m_savePanel;
@@ -195,6 +215,8 @@ private:
     ReleaseFetcher m_releaseFetcher;
     Parser m_parser;
     ProgressEncoder m_encoder;
+    // Last, so that it is destroyed first: its threads are stopped before anything they might report to.
+    Workers m_workers;
 };
 
 // The built-in pack is part of the installation; without it the application cannot start.

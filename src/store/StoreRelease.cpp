@@ -36,7 +36,7 @@ void Store::checkApplicationUpdates()
         setCheckingApp(false);
         emit releaseCheckFinished();
     });
-    watcher->setFuture(QtConcurrent::run([fetcher]() -> std::optional<AppRelease> {
+    watcher->setFuture(m_workers.run([fetcher]() -> std::optional<AppRelease> {
         try {
             return fetcher();
         } catch (...) {

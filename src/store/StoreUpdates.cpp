@@ -10,7 +10,6 @@
 #include <QFutureWatcher>
 #include <QLocale>
 #include <QPainter>
-#include <QThreadPool>
 #include <QtConcurrent/QtConcurrentRun>
 
 #include <sys/resource.h>
@@ -49,11 +48,9 @@ QString describeCurrentException()
     }
 }
 
-// Pool checks run on their own threads at a lower scheduling priority, so that reading documents and recognising
-// text never slow the interface. On Linux a thread's nice value belongs to that thread alone and cannot be raised
-// back without privileges, which is why these threads do nothing else.
-Q_GLOBAL_STATIC(QThreadPool, checkThreads)
-
+// Pool checks run at a lower scheduling priority, so that reading documents and recognising text never slow the
+// interface. On Linux a thread's nice value belongs to that thread alone and cannot be raised back without
+// privileges: the store's worker threads do only background checks.
 void lowerPriority()
 {
     thread_local bool lowered = false;
@@ -117,21 +114,20 @@ void Store::checkUpdates()
         emit updateCheckFinished();
     });
     // The worker gets its own copies, so nothing is shared with the main thread while it runs.
-    watcher->setFuture(
-        QtConcurrent::run(checkThreads(), [refresher, pack = m_pack, corrections = m_diagramCorrections] {
-            lowerPriority();
-            CheckOutcome outcome;
-            try {
-                outcome.pack = refresher(pack, corrections);
-            } catch (const OfficialUpdates::ReviewRequest& request) {
-                outcome.review = request.review();
-            } catch (...) {
-                outcome.failure = describeCurrentException();
-                if (outcome.failure.isEmpty())
-                    outcome.failure = QStringLiteral("An unknown error occurred.");
-            }
-            return outcome;
-        }));
+    watcher->setFuture(m_workers.run([refresher, pack = m_pack, corrections = m_diagramCorrections] {
+        lowerPriority();
+        CheckOutcome outcome;
+        try {
+            outcome.pack = refresher(pack, corrections);
+        } catch (const OfficialUpdates::ReviewRequest& request) {
+            outcome.review = request.review();
+        } catch (...) {
+            outcome.failure = describeCurrentException();
+            if (outcome.failure.isEmpty())
+                outcome.failure = QStringLiteral("An unknown error occurred.");
+        }
+        return outcome;
+    }));
 }
 
 std::optional<DiagramReview> Store::demoDiagramReview()
@@ -217,7 +213,9 @@ void Store::saveDiagramReview(const DiagramReview& review, const QMap<QString, Q
                        return OfficialUpdates::parse(data, source, level, c);
                    });
     try {
-        // The crops must let the document through before they are kept; the pack itself is not used.
+        // The crops must let the document through before they are kept; the pack itself is not used. The test
+        // runs here, on the interface's thread, yet a termination signal still stops it through the cancellation.
+        const Cancellation::Scope scope(m_workers.cancellation());
         parser(review.document, QUrl(review.source), review.level, corrections);
         writeFileAtomically(filePath(correctionsName), CorrectionsJson::toBytes(corrections));
     } catch (const OfficialUpdates::ReviewRequest&) {

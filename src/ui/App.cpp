@@ -28,11 +28,13 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QSessionManager>
 #include <QSocketNotifier>
 #include <QStackedWidget>
 #include <QStandardPaths>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <atomic>
 #include <csignal>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -80,11 +82,16 @@ QWidget* scrolling(QWidget* content, QWidget* parent)
 }
 
 int signalPipe[2] = {-1, -1};
+// The store's background work, stopped straight from the signal handler: even a diagram-review test running on
+// the interface's thread then gives way, so the main loop can save the draft and quit.
+std::atomic<Cancellation*> signalCancellation = nullptr;
 
 void onSignal(int)
 {
     const char byte = 1;
-    // Only async-signal-safe work here: the main loop reads the byte and quits normally.
+    // Only async-signal-safe work here: a lock-free flag, and a byte the main loop reads to quit normally.
+    if (Cancellation* cancellation = signalCancellation.load())
+        cancellation->request();
     [[maybe_unused]] const auto written = ::write(signalPipe[0], &byte, 1);
 }
 
@@ -233,7 +240,7 @@ QWidget* RootView::buildBanner()
     link->setCursor(Qt::PointingHandCursor);
     connect(link, &QPushButton::clicked, this, [this] {
         if (m_store.availableRelease())
-            QDesktopServices::openUrl(m_store.availableRelease()->url);
+            QDesktopServices::openUrl(m_store.availableRelease()->address());
     });
     row->addWidget(m_bannerText);
     row->addWidget(link);
@@ -490,16 +497,29 @@ AerowenApp::AerowenApp(QApplication& app)
     app.setQuitOnLastWindowClosed(true);
     m_store = std::make_unique<Store>();
     m_root = std::make_unique<RootView>(*m_store);
-    connect(&app, &QCoreApplication::aboutToQuit, this, [this] { m_store->persistDraft(); });
+    // Quitting saves the draft first, then stops every background check (child processes killed, recognition
+    // abandoned, requests aborted) instead of waiting for it, so the process ends within a second.
+    connect(&app, &QCoreApplication::aboutToQuit, this, [this] {
+        m_store->persistDraft();
+        m_store->shutDown(600);
+        if (Updater* updater = KestovanUpdates::shared().updater())
+            updater->shutDown(300);
+    });
+    // A session manager asks for the learner's data before it ends the session.
+    connect(&app, &QGuiApplication::commitDataRequest, this, [this] { m_store->persistDraft(); });
     m_root->show();
 }
 
-AerowenApp::~AerowenApp() = default;
+AerowenApp::~AerowenApp()
+{
+    signalCancellation.store(nullptr);
+}
 
 void AerowenApp::handleTerminationSignals()
 {
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe) != 0)
         return;
+    signalCancellation.store(&m_store->cancellation());
     auto* notifier = new QSocketNotifier(signalPipe[1], QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, [notifier] {
         char byte = 0;

@@ -8,6 +8,7 @@
 #include "updater/OfficialUpdates.h"
 
 #include <Config.h>
+#include <QDesktopServices>
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -18,14 +19,16 @@ using namespace SectionWidgets;
 
 namespace {
 
-// The pool's own document page when its source is an official address, else the site's home page.
+// The pool's own document when its source is an https address on the official site, else the site's home page.
+// The stored source is the published address, already percent-encoded: it is opened as it is, never escaped again.
 QUrl sourceLink(const Pool& pool)
 {
-    try {
-        return OfficialUpdates::officialURL(pool.source);
-    } catch (const std::exception&) {
-        return OfficialUpdates::officialRoot();
-    }
+    const QUrl url(pool.source, QUrl::StrictMode);
+    const QString host = OfficialUpdates::officialHost();
+    const bool official = url.isValid() && url.scheme() == QLatin1StringView("https") &&
+                          (url.host() == host || url.host() == QStringLiteral("www.") + host) &&
+                          url.userInfo().isEmpty() && url.port(-1) == OfficialUpdates::officialPort().value_or(-1);
+    return official ? url : OfficialUpdates::officialRoot();
 }
 
 QFrame* poolBlock(const Pool& pool, QWidget* parent)
@@ -51,8 +54,9 @@ QFrame* poolBlock(const Pool& pool, QWidget* parent)
     name(link, QStringLiteral("officialSource"), QStringLiteral("Official NCVEC Source"));
     link->setProperty("url", url);
     link->setTextFormat(Qt::RichText);
-    link->setOpenExternalLinks(true);
     link->setTextInteractionFlags(Qt::TextBrowserInteraction);
+    // Opens the checked address itself, not a re-read of the link text.
+    QObject::connect(link, &QLabel::linkActivated, link, [url] { QDesktopServices::openUrl(url); });
     layout->addWidget(link);
     return frame;
 }

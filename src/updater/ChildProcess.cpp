@@ -2,6 +2,7 @@
 #include "ChildProcess.h"
 
 #include "OfficialUpdates.h"
+#include "model/Cancellation.h"
 
 #include <QElapsedTimer>
 #include <QProcess>
@@ -35,11 +36,20 @@ ProcessOutput runProcess(const QString& program, const QStringList& arguments, q
 
     ProcessOutput result;
     // Read while the process runs so that an oversized output (a damaged or hostile archive) is cut short
-    // instead of filling memory.
-    while (process.waitForReadyRead(-1)) {
-        result.output += process.readAllStandardOutput();
-        if (result.output.size() > maxBytes)
+    // instead of filling memory. The short waits let a quitting application stop the child at once.
+    for (;;) {
+        if (cancellationRequested()) {
+            process.kill();
+            process.waitForFinished(-1);
+            throw Cancelled();
+        }
+        if (process.waitForReadyRead(100)) {
+            result.output += process.readAllStandardOutput();
+            if (result.output.size() > maxBytes)
+                break;
+        } else if (process.state() == QProcess::NotRunning) {
             break;
+        }
     }
     if (result.output.size() > maxBytes) {
         result.overLimit = true;

@@ -1,4 +1,5 @@
 // Official figures: the known-image table, label forms, label verification and the figure step of parse.
+#include "TextRecognition.h"
 #include "UpdaterInternals.h"
 
 #include <QFileInfo>
@@ -15,17 +16,14 @@ bool opensAsImage(const QByteArray& bytes)
     return !QImage::fromData(bytes).isNull();
 }
 
-QStringList labelsOf(const QByteArray& image, const Identify& identify)
+QStringList labelsOf(const QByteArray& image, const FigureInput& input)
 {
-    if (identify)
-        return identify(image);
+    if (input.identify)
+        return input.identify(image);
     const auto known = knownFigures().constFind(sha256Hex(image));
     if (known != knownFigures().cend())
         return {known.value()};
-    QStringList labels;
-    for (const QStringList& m : matches(figureLabelPattern, recognizeText(image)))
-        labels.append(normalFigure(m.at(1)));
-    return labels;
+    return input.recognizer ? input.recognizer->labels(image) : TextRecognizer().labels(image);
 }
 
 } // namespace
@@ -91,7 +89,7 @@ FigureOutcome figureStep(const FigureInput& input)
         images.append(bytes);
         QStringList verified;
         try {
-            verified = verifiedLabels(labelsOf(bytes, input.identify), input.referenced);
+            verified = verifiedLabels(labelsOf(bytes, input), input.referenced);
         } catch (const UpdateError&) {
             // A sheet of several figures stays unassigned; its figures come from other images or from crops.
         }

@@ -67,13 +67,15 @@ inline const QString figureLabelPattern = QStringLiteral("(?i)figure\\s+([TEG][-
 const QMap<QString, QString>& knownFigures();
 QString normalFigure(const QString& label);
 QStringList verifiedLabels(const QStringList& labels, const QSet<QString>& referenced);
-// On-device text recognition: the best candidate of every recognised text line, joined with line feeds.
-QString recognizeText(const QByteArray& image);
 
-// Parsing: one official document in, a validated one-pool pack out.
+class TextRecognizer;
+
+// Parsing: one official document in, a validated one-pool pack out. The recognizer reads figure captions that the
+// known-figures table does not settle; a check passes one for all its documents, and without one parse makes its
+// own when an image needs it.
 using Identify = std::function<QStringList(const QByteArray& image)>;
 Pack parse(const QByteArray& data, const QUrl& source, const QString& level, const Corrections& corrections = {},
-           const Identify& identify = {});
+           const Identify& identify = {}, TextRecognizer* recognizer = nullptr);
 
 // Update check.
 using Fetch = std::function<QByteArray(const QUrl&)>;

@@ -1,4 +1,5 @@
 // Parsing one official pool document into a validated one-pool pack.
+#include "TextRecognition.h"
 #include "UpdaterInternals.h"
 
 #include "model/Errors.h"
@@ -105,7 +106,7 @@ QString levelName(const QString& level)
 } // namespace
 
 Pack parse(const QByteArray& data, const QUrl& source, const QString& level, const Corrections& corrections,
-           const Identify& identify)
+           const Identify& identify, TextRecognizer* recognizer)
 {
     const QString encodedName = source.path(QUrl::FullyEncoded).section(QLatin1Char('/'), -1);
     const QString name = percentDecoded(encodedName).value_or(encodedName);
@@ -142,6 +143,8 @@ Pack parse(const QByteArray& data, const QUrl& source, const QString& level, con
     figureInput.digest = digest;
     figureInput.corrections = corrections;
     figureInput.identify = identify;
+    std::optional<TextRecognizer> ownRecognizer;
+    figureInput.recognizer = recognizer ? recognizer : &ownRecognizer.emplace();
     figureInput.document = data;
     figureInput.source = source.toString(QUrl::FullyEncoded);
     figureInput.questions = parsed.questions;

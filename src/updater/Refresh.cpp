@@ -1,6 +1,8 @@
 // The update check's driver: finds the official pool documents, parses them and decides what to install.
 #include "Refresh.h"
 
+#include "TextRecognition.h"
+
 #include <QSet>
 #include <QStringDecoder>
 
@@ -164,8 +166,12 @@ Pack refresh(const Pack& pack, const Corrections& corrections, const Fetch& fetc
 
 Pack refresh(const Pack& pack, const Corrections& corrections, const Fetch& fetch)
 {
-    const Parse parseDocument = [](const QByteArray& data, const QUrl& source, const QString& level,
-                                   const Corrections& c) { return parse(data, source, level, c); };
+    // One recognizer for the whole check: the recognition model is loaded once, not once per document.
+    TextRecognizer recognizer;
+    const Parse parseDocument = [&recognizer](const QByteArray& data, const QUrl& source, const QString& level,
+                                              const Corrections& c) {
+        return parse(data, source, level, c, {}, &recognizer);
+    };
     return refresh(pack, corrections, fetch, parseDocument, Dates::today());
 }
 

@@ -50,6 +50,8 @@ struct FigureInput
     QString digest;
     Corrections corrections;
     Identify identify;
+    // Reads the captions of images that neither identify nor the known-figures table settles.
+    TextRecognizer* recognizer = nullptr;
     // Carried by a review request.
     QByteArray document;
     QString source;

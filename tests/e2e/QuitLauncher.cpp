@@ -1,0 +1,40 @@
+// The application as its main starts it, pointed at a local site that the quit test controls. Prints the storage
+// folder once a named learner's exam is open; the line "close" on standard input closes the window.
+#include "support/TestEnvironment.h"
+
+#include "appupdate/AppRelease.h"
+#include "store/Store.h"
+#include "ui/App.h"
+#include "updater/OfficialUpdates.h"
+
+#include <QApplication>
+#include <QSocketNotifier>
+#include <cstdio>
+#include <unistd.h>
+
+int main(int argc, char** argv)
+{
+    TestEnvironment::prepare();
+    QApplication app(argc, argv);
+    const int port = app.arguments().value(1).toInt();
+    OfficialUpdates::setOfficialSiteForTesting(QStringLiteral("localhost"), port);
+    AppRelease::setRecordAddressForTesting(
+        QUrl(QStringLiteral("https://127.0.0.1:%1/static/downloads/aerowen-version.json").arg(port)));
+
+    AerowenApp aerowen(app);
+    aerowen.handleTerminationSignals();
+    Store& store = aerowen.store();
+    store.addProfile(QStringLiteral("Ada"));
+    store.begin(store.studyPools().first(), QStringLiteral("Exam"), QStringLiteral("Ada"), false, QString());
+    store.answer(0);
+
+    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
+    QObject::connect(&input, &QSocketNotifier::activated, &app, [&aerowen] {
+        char buffer[64] = {};
+        if (::read(STDIN_FILENO, buffer, sizeof buffer - 1) > 0 && QByteArray(buffer).startsWith("close"))
+            aerowen.root().window()->close();
+    });
+    std::printf("%s\n", qPrintable(store.folder()));
+    std::fflush(stdout);
+    return QApplication::exec();
+}
