@@ -1,131 +1,196 @@
-// The widget-test harness: a store with its main window, stores over test packs, and helpers that drive widgets.
+// The widget-test harness: the main window over a store in a temporary folder, and helpers that drive the widgets as
+// a learner does, check their layout and photograph them.
 #pragma once
 
+#include "appupdate/KestovanUpdates.h"
 #include "store/Store.h"
 #include "support/Fixtures.h"
+#include "support/TestEnvironment.h"
 #include "ui/App.h"
+#include "ui/Theme.h"
 
-#include <QDir>
+#include <QApplication>
+#include <QComboBox>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
-#include <QPixmap>
-#include <QTemporaryDir>
-#include <QTest>
-#include <memory>
+#include <QPushButton>
 
+using namespace Qt::StringLiterals;
+
+// The application updater of every test: it never goes online.
+struct QuietUpdater : Updater
+{
+    bool canCheckForUpdates() const override { return true; }
+    bool automaticallyChecksForUpdates() const override { return false; }
+    void setAutomaticallyChecksForUpdates(bool) override {}
+    void checkForUpdates() override {}
+    inline static const bool installed = (KestovanUpdates::setSharedBackend(std::make_unique<QuietUpdater>()), true);
+};
+
+inline void settle()
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCoreApplication::processEvents();
+}
+
+// The open message box of that object name ("confirmation", "statusAlert"), else nullptr.
+inline QMessageBox* openBox(const QString& name = u"confirmation"_s)
+{
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        if (auto* box = qobject_cast<QMessageBox*>(window); box && box->isVisible() && box->objectName() == name)
+            return box;
+    }
+    return nullptr;
+}
+
+// The texts of the labels of those names under the parent, joined by " | "; a missing or hidden label reads "-".
+inline QString texts(const QObject* parent, const QStringList& names)
+{
+    QStringList shown;
+    for (const QString& name : names) {
+        auto* label = parent ? parent->findChild<QLabel*>(name) : nullptr;
+        shown << (label && label->isVisibleTo(label->window()) ? label->text() : u"-"_s);
+    }
+    return shown.join(u" | "_s);
+}
+
+// Data tables of one text per row, its fields separated by '#'.
+inline void rows(std::initializer_list<const char*> list)
+{
+    QTest::addColumn<QString>("row");
+    for (const char* row : list)
+        QTest::newRow(row) << QString::fromUtf8(row);
+}
+inline QStringList fetchRow()
+{
+    QFETCH(QString, row);
+    return row.split(u'#');
+}
+
+// Replaces the field's text by typing, as the learner does.
+inline void type(QLineEdit* field, const QString& text)
+{
+    field->selectAll();
+    QTest::keyClick(field, Qt::Key_Backspace);
+    QTest::keyClicks(field, text);
+}
+
+// Fails when a visible text or button reaches outside its parent (scrolled content aside), is too small for its text
+// (a button holding a layout is judged by the texts inside it) or overlaps a neighbour.
+inline void checkLayout(QWidget& top)
+{
+    for (QWidget* w : top.findChildren<QWidget*>()) {
+        if (!w->isVisible() || w->isWindow() || !(qobject_cast<QLabel*>(w) || qobject_cast<QAbstractButton*>(w)))
+            continue;
+        const QByteArray what =
+            "layout defect at " + (w->objectName() + u' ' + w->property("text").toString()).toUtf8();
+        QWidget* parent = w->parentWidget();
+        QVERIFY2(parent->objectName() == "qt_scrollarea_viewport"_L1 || parent->rect().contains(w->geometry()), what);
+        const QSize need(w->minimumSizeHint().width(),
+                         w->hasHeightForWidth() ? w->heightForWidth(w->width()) : w->minimumSizeHint().height());
+        QVERIFY2(w->layout() || (w->width() >= need.width() && w->height() >= need.height()), what);
+        for (QWidget* other : parent->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+            QVERIFY2(other == w || other->isWindow() || !other->isVisible() ||
+                         !other->geometry().intersects(w->geometry()),
+                     what);
+    }
+}
+
+// Checks the layout of what the widget shows (unless told not to) and saves it into the build tree's screenshots.
+inline void screenshot(QWidget& widget, const QString& name, bool check = true)
+{
+    settle();
+    QTest::qWait(20);
+    if (check)
+        checkLayout(widget);
+    QDir().mkpath(KESTOVAN_BUILD_DIR "/screenshots"_L1);
+    QVERIFY(widget.grab().save(KESTOVAN_BUILD_DIR "/screenshots/"_L1 + name + u".png"_s));
+}
+
+// The main window over a store of the built-in pack, or of the given pack with the given stored files. The store's
+// clock is in the test's hand and nothing reaches the network.
 class Harness
 {
 public:
-    Harness();
-    ~Harness();
-
-    Store& store() { return *m_store; }
-    RootView& root() { return *m_root; }
-    // Seconds shown by the store's clock; tests move it forward by hand.
     double now = 1000;
+    QTemporaryDir dir;
+    std::unique_ptr<Store> store;
+    std::unique_ptr<RootView> root;
 
-    template <typename T> T* find(const QString& name) const { return m_root->findChild<T*>(name); }
-    // The widget of that name that is visible on screen right now.
-    template <typename T> T* visible(const QString& name) const
+    explicit Harness(const std::optional<Pack>& pack = {}, const QMap<QString, QByteArray>& files = {})
     {
-        for (T* widget : m_root->findChildren<T*>(name)) {
+        for (const auto& [name, bytes] : files.asKeyValueRange())
+            Fixtures::writeFile(dir.filePath(name), bytes);
+        if (pack)
+            Fixtures::writeFile(dir.filePath(u"pack.json"_s), pack->toBytes());
+        store = std::make_unique<Store>(pack ? dir.filePath(u"pack.json"_s) : Fixtures::sourcePackPath(), dir.path());
+        store->setClock([this] { return now; });
+        store->setRefresher([](const Pack& installed, const Corrections&) { return installed; });
+        store->setReleaseFetcher([] { return AppRelease{u"1.0.2"_s, 9, QUrl()}; });
+        Theme::apply(*qApp);
+        root = std::make_unique<RootView>(*store);
+        root->resize(1200, 860);
+        root->show();
+        QApplication::setActiveWindow(root.get());
+        (void)QTest::qWaitForWindowActive(root.get());
+        // The launch checks run once the window is up; let them finish so they do not interleave with the test.
+        QTest::qWait(50);
+        QTRY_VERIFY(!store->checking() && !store->checkingApp());
+    }
+    // The widget of that name that is on screen right now.
+    template <typename T = QWidget> T* visible(const QString& name) const
+    {
+        for (T* widget : root->findChildren<T*>(name)) {
             if (widget->isVisible())
                 return widget;
         }
         return nullptr;
     }
-    // Clicks the button with this object name that is visible on screen.
-    void click(const QString& name);
-    // The confirmation or alert open right now (object name "confirmation" or "statusAlert"), else nullptr.
-    QMessageBox* openBox(const QString& name = QStringLiteral("confirmation")) const;
-    // Presses the button of the open box with that text; fails the test when there is none.
-    bool answerBox(const QString& buttonText, const QString& name = QStringLiteral("confirmation"));
-    // Checks the open confirmation's title and text, then presses its button with that text.
-    void confirm(const QString& title, const QString& text, const QString& button);
-    // Types a key into the active window as the learner would.
-    void key(Qt::Key key);
-    // Lets queued deletions and redraws happen.
-    static void settle();
-
-    // Starts a session from the Learn screen with the given mode and name.
-    void startFromLearn(const QString& mode, const QString& name);
-
-    QString folder() const { return m_dir.path(); }
-
-private:
-    QTemporaryDir m_dir;
-    std::unique_ptr<Store> m_store;
-    std::unique_ptr<RootView> m_root;
-};
-
-// Installs a quiet application updater before anything asks for the shared one.
-void installFakeUpdater();
-// How many checks for a new release the fake updater was asked for.
-int fakeUpdaterChecks();
-
-// The child of that name, with a warning when there is none.
-template <typename T> T* child(QObject* parent, const QString& name)
-{
-    T* found = parent ? parent->findChild<T*>(name) : nullptr;
-    if (!found)
-        qWarning("missing %s", qPrintable(name));
-    return found;
-}
-
-// The text of the label of that name, or a marker naming the missing label.
-inline QString text(QObject* parent, const QString& name)
-{
-    auto* label = parent ? parent->findChild<QLabel*>(name) : nullptr;
-    return label ? label->text() : QStringLiteral("<missing %1>").arg(name);
-}
-
-// Pools that are current whatever day the tests run: they started a year ago and run four years.
-inline QString startedLastYear()
-{
-    return QDate::currentDate().addYears(-1).toString(QStringLiteral("yyyy-MM-dd"));
-}
-
-// A store over a pack written into the emptied folder, its storage folder starting with the given files.
-inline std::unique_ptr<Store> makeStore(const QTemporaryDir& dir, const Pack& pack,
-                                        const QMap<QString, QByteArray>& data = {})
-{
-    QDir(dir.path()).removeRecursively();
-    QDir().mkpath(dir.filePath(QStringLiteral("data")));
-    for (auto it = data.cbegin(); it != data.cend(); ++it)
-        Fixtures::writeFile(dir.filePath(QStringLiteral("data/") + it.key()), it.value());
-    const QString packPath = dir.filePath(QStringLiteral("pack.json"));
-    Fixtures::writeFile(packPath, pack.toBytes());
-    auto store = std::make_unique<Store>(packPath, dir.filePath(QStringLiteral("data")));
-    // A pack the store refuses would leave it without a storage folder and every save failing.
-    if (!store->message().isEmpty())
-        qFatal("test store not ready: %s", qPrintable(store->message()));
-    return store;
-}
-
-// Plays a whole session of the pool through the store: the first `right` questions answered correctly, the rest left
-// unanswered (which scores them wrong), `seconds` on the store's clock.
-inline void playSession(Store& store, double& clock, const Pool& pool, const QString& mode, const QString& name,
-                        qint64 right, double seconds, const QString& code = {})
-{
-    store.begin(pool, mode, name, false, code);
-    QVERIFY2(store.session().has_value(), qPrintable(store.message()));
-    const QList<Question> questions = store.session()->questions;
-    for (qsizetype i = 0; i < std::min<qsizetype>(right, questions.size()); ++i) {
-        store.move(i);
-        store.answer(questions.at(i).correct);
+    QString shown(const QStringList& labels) const { return texts(root.get(), labels); }
+    QString body() const { return root->currentBody()->objectName(); }
+    void click(const QString& name)
+    {
+        auto* button = visible<QAbstractButton>(name);
+        QVERIFY2(button && button->isEnabled(), qPrintable(u"no enabled button "_s + name));
+        QTest::mouseClick(button, Qt::LeftButton);
+        settle();
     }
-    clock += seconds;
-    store.finish();
-    QVERIFY(store.result().has_value());
-    store.setResult(std::nullopt);
-}
-
-// Saves what the widget shows into the build tree's screenshot folder.
-inline void screenshot(QWidget& widget, const QString& name)
-{
-    Harness::settle();
-    QTest::qWait(20);
-    const QString folder = QStringLiteral(KESTOVAN_BUILD_DIR "/screenshots");
-    QDir().mkpath(folder);
-    QVERIFY(widget.grab().save(folder + QLatin1Char('/') + name + QStringLiteral(".png")));
-}
+    // Checks the open confirmation's title and message (when given), then presses its button with that text.
+    void confirm(const QString& button, const QString& title = {}, const QString& message = {})
+    {
+        QMessageBox* box = openBox();
+        QVERIFY2(box, qPrintable(u"no confirmation for "_s + button));
+        QCOMPARE(QString(title.isEmpty() ? title : box->windowTitle() + u" / "_s + box->informativeText()),
+                 QString(title.isEmpty() ? title : title + u" / "_s + message));
+        for (QAbstractButton* each : box->buttons()) {
+            if (Theme::shownText(each->text()) == button)
+                each->click();
+        }
+        QVERIFY(!openBox());
+        // The main window gets its keyboard back, as the window manager would give it.
+        root->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(root.get()));
+    }
+    // Types a key into the focused widget as the learner would.
+    void key(Qt::Key key)
+    {
+        QTest::keyClick(QApplication::focusWidget() ? QApplication::focusWidget() : root.get(), key);
+        settle();
+    }
+    // Moves the keyboard focus with Tab until it reaches the target.
+    bool tabTo(QWidget* target)
+    {
+        for (int i = 0; i < 60 && QApplication::focusWidget() != target; ++i)
+            key(Qt::Key_Tab);
+        return QApplication::focusWidget() == target;
+    }
+    void startFromLearn(const QString& mode, const QString& name)
+    {
+        root->setTab(u"Learn"_s);
+        auto* modes = visible<QComboBox>(u"modePicker"_s);
+        modes->setCurrentIndex(modes->findText(mode));
+        type(visible<QLineEdit>(u"profileName"_s), name);
+        click(u"start"_s);
+    }
+};
