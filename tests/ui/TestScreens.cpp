@@ -11,6 +11,7 @@
 #include "ui/ResultView.h"
 
 #include <QCheckBox>
+#include <QDesktopServices>
 #include <QScrollArea>
 #include <QSlider>
 #include <QTimer>
@@ -28,6 +29,18 @@ bool answersInView(Harness& h)
 }
 
 } // namespace
+
+// Receives the addresses the application hands the desktop to open.
+class OpenedLinks : public QObject
+{
+    Q_OBJECT
+
+public slots:
+    void open(const QUrl& url) { urls.append(url.toString(QUrl::FullyEncoded)); }
+
+public:
+    QStringList urls;
+};
 
 class ScreensTest : public QObject
 {
@@ -251,7 +264,7 @@ private slots:
         alert->buttons().first()->click();
         settle();
         QVERIFY(h.store->message().isEmpty() && !openBox(u"statusAlert"_s));
-        h.store->setReleaseFetcher([] { return AppRelease{u"9.1"_s, 900, QUrl(u"https://kestovan.invalid/"_s)}; });
+        h.store->setReleaseFetcher([] { return AppRelease{u"9.1"_s, 900, u"https://kestovan.invalid/"_s}; });
         h.store->checkApplicationUpdates();
         QTRY_COMPARE(h.shown({u"releaseText"_s}), u"Aerowen 9.1 is available."_s);
         h.store->addProfile(u"Ada"_s);
@@ -279,6 +292,28 @@ private slots:
         QCOMPARE(QString(h.body() + QString::number(picker->isEnabled())), u"resultView0"_s);
         h.click(u"resultDone"_s); // back to the section chosen before the session
         QCOMPARE(QString(h.body() + h.root->tab() + QString::number(picker->isEnabled())), u"sectionsPageHistory1"_s);
+    }
+
+    // Each pool's "Official NCVEC Source" opens its stored address as it is (escapes kept, never escaped twice): a
+    // document that the official site serves.
+    void officialSourceLinksOpenTheStoredDocuments()
+    {
+        Harness h;
+        h.click(u"section-Updates"_s);
+        OpenedLinks opened;
+        QDesktopServices::setUrlHandler(u"https"_s, &opened, "open");
+        for (QLabel* link : h.root->findChildren<QLabel*>(u"officialSource"_s))
+            emit link->linkActivated(link->text());
+        QDesktopServices::unsetUrlHandler(u"https"_s);
+        QStringList sources;
+        for (const Pool& pool : h.store->pack().pools)
+            sources << pool.source;
+        QCOMPARE(opened.urls, sources);
+        const QDir downloads(KESTOVAN_SOURCE_DIR "/../shared/ncvec/downloads"_L1);
+        for (const QString& url : opened.urls) {
+            QVERIFY(url.startsWith(u"https://www.ncvec.org/downloads/"_s) && !url.contains(u"%25"_s));
+            QVERIFY(!downloads.exists() || downloads.exists(QUrl(url).fileName(QUrl::FullyDecoded)));
+        }
     }
 
     void setUpRules_data()
@@ -445,7 +480,7 @@ private slots:
             folder = store.folder();
             QVERIFY(folder.startsWith(home.path()));
             store.setRefresher([](const Pack& pack, const Corrections&) { return pack; });
-            store.setReleaseFetcher([] { return AppRelease{u"1.0.2"_s, 9, QUrl()}; });
+            store.setReleaseFetcher([] { return AppRelease{u"1.0.2"_s, 9, QString()}; });
             double now = 100;
             store.setClock([&now] { return now; });
             store.addProfile(name);

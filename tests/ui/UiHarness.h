@@ -127,7 +127,7 @@ public:
         store = std::make_unique<Store>(pack ? dir.filePath(u"pack.json"_s) : Fixtures::sourcePackPath(), dir.path());
         store->setClock([this] { return now; });
         store->setRefresher([](const Pack& installed, const Corrections&) { return installed; });
-        store->setReleaseFetcher([] { return AppRelease{u"1.0.2"_s, 9, QUrl()}; });
+        store->setReleaseFetcher([] { return AppRelease{u"1.0.2"_s, 9, QString()}; });
         Theme::apply(*qApp);
         root = std::make_unique<RootView>(*store);
         root->resize(1200, 860);
