@@ -1,0 +1,178 @@
+// The pool pack and learner records: strict reading, the form they are written in, and the pack's rules.
+#include "support/Fixtures.h"
+#include "support/TestEnvironment.h"
+
+#include "model/Json.h"
+
+using namespace Qt::StringLiterals;
+using Mutation = std::function<void(Pack&)>;
+Q_DECLARE_METATYPE(Mutation)
+
+namespace {
+
+// Valid although its technician pool has long expired, was revised on a leap day and has texts of only white space.
+Pack validPack()
+{
+    Pack pack = Fixtures::threeLevelPack();
+    Pool& tech = pack.pools[0];
+    tech.documentHash = QString(64, u'a');
+    tech.revision = u"2024-02-29"_s;
+    tech.validFrom = u"1990-07-01"_s;
+    tech.validUntil = u"1994-07-01"_s;
+    tech.questions[0].figure = u"T1.png"_s;
+    tech.questions[0].prompt = u" "_s;
+    tech.questions[1].answers[2] = u"\t"_s;
+    pack.assets.insert(u"T1.png"_s, u"iVBORw0K+/o="_s);
+    return pack;
+}
+
+Saved sampleSaved()
+{
+    const Profile anna{QUuid::createUuid(), u"Anna — Ω"_s, QSet<QString>{u"general"_s}};
+    const Pool pool = validPack().pools[0];
+    const Session s{
+        QUuid::createUuid(), anna.id,      u"Anna"_s,    pool, Modes::exam,  u"ABC"_s, pool.questions.mid(0, 3),
+        {{u"T1A01"_s, 2}},   {u"T1A03"_s}, {u"T1A02"_s}, 1,    817000000.25, 93.5,     false};
+    const Result result{QUuid::createUuid(), s, -12.5, 61.0};
+    const QMap<QString, Stat> stats{{u"X|t|T1A01"_s, {3, 2, true}}};
+    return Saved{{Saved::initial().profiles[0], anna}, anna.id, stats, {u"X|t|T1A02"_s}, {s}, {result}};
+}
+
+} // namespace
+
+class ModelTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void strictReadingFailsAsAWhole_data()
+    {
+        QTest::addColumn<QString>("record");
+        QTest::addColumn<QByteArray>("bytes");
+        QJsonObject pack = validPack().toJson(), saved = sampleSaved().toJson();
+        // Each edit alone fails the read: a missing key (an undefined value) or a value of the wrong JSON type.
+        // Without keys given, every key of the object is removed in turn: all of them are required.
+        const auto rows = [&](const char* record, const char* path, QStringList keys = {},
+                              const QJsonValue& value = QJsonValue::Undefined) {
+            const QJsonObject& sample = record == "pack"_L1 ? pack : saved;
+            if (keys.isEmpty())
+                Fixtures::editedJson(sample, path, [&](QJsonObject& o) { keys = o.keys(); });
+            for (const QString& key : keys) {
+                const auto edit = [&](QJsonObject& o) { o.insert(key, value); };
+                QTest::addRow("%s %s %s %s", record, path, qPrintable(key),
+                              value.isUndefined() ? "missing" : Json::compact(QJsonArray{value}).constData())
+                    << QString::fromLatin1(record) << Json::compact(Fixtures::editedJson(sample, path, edit));
+            }
+        };
+        saved.remove(u"selected"_s); // the one optional key of these objects
+        for (const char* path : {"", "pools/1", "pools/0/questions/1"})
+            rows("pack", path);
+        for (const char* path : {"", "profiles/0", "stats/X|t|T1A01", "drafts/0", "results/0"})
+            rows("saved", path);
+        rows("pack", "", {"schema", "pools", "assets"}, u"1"_s);
+        rows("pack", "", {"schema"}, 1.5);
+        rows("pack", "", {"assets"}, QJsonObject{{"x.png", 3}});
+        rows("pack", "pools/0", {"name", "documentHash", "examCount", "topics", "questions"}, QJsonValue::Null);
+        rows("pack", "pools/0/questions/0", {"answers", "figure"}, QJsonArray{1});
+        rows("saved", "stats/X|t|T1A01", {"lastCorrect", "correct"}, u"no"_s);
+        rows("saved", "drafts/0", {"eligible", "started", "flags"}, u"no"_s);
+        rows("saved", "drafts/0", {"answers"}, QJsonObject{{"T1A01", "C"}});
+        rows("saved", "", {"selected"}, u"{E621E1F8-C36C-495A-93FC-0C247A3E6E5F}"_s);
+        rows("saved", "", {"selected"}, u"Z621E1F8-C36C-495A-93FC-0C247A3E6E5F"_s);
+    }
+    void strictReadingFailsAsAWhole()
+    {
+        QFETCH(QString, record);
+        QFETCH(QByteArray, bytes);
+        QVERIFY_THROWS_EXCEPTION(DecodeError,
+                                 record == "pack"_L1 ? void(Pack::fromBytes(bytes)) : void(Saved::fromBytes(bytes)));
+    }
+
+    void recordsAreWrittenCompactlyAndReadBack()
+    {
+        // Unknown keys are read past; absent optional fields are left out when written, never null.
+        QJsonObject json = validPack().toJson();
+        json.insert(u"futureKey"_s, 1);
+        QCOMPARE(Pack::fromJson(json), validPack());
+        QVERIFY(!json[u"pools"_s][1].toObject().contains(u"documentHash"_s));
+        QVERIFY(!json[u"pools"_s][0][u"questions"_s][1].toObject().contains(u"figure"_s));
+
+        // Identifiers are written in upper case and read in either.
+        Saved saved = sampleSaved();
+        QByteArray bytes = saved.toBytes();
+        const QString id = Json::uuidText(*saved.selected);
+        QVERIFY(!bytes.contains('\n') && bytes.contains(id.toLatin1()) && id == id.toUpper());
+        QCOMPARE(Saved::fromBytes(bytes.replace(id.toLatin1(), id.toLower().toLatin1())), saved);
+        // Instants are seconds since 2001-01-01 UTC.
+        QCOMPARE(Dates::fromDateTime(QDateTime(QDate(2000, 12, 31), QTime(23, 58, 20), Qt::UTC)), -100.0);
+        QCOMPARE(Dates::toDateTime(86400.5), QDateTime(QDate(2001, 1, 2), QTime(0, 0, 0, 500), Qt::UTC));
+        // No selection and no completed levels stay absent; an empty set of levels stays an empty array.
+        saved.selected.reset();
+        saved.profiles[1].completedLevels = QSet<QString>();
+        const QJsonObject without = saved.toJson();
+        QVERIFY(!without.contains(u"selected"_s) &&
+                !without[u"profiles"_s][0].toObject().contains(u"completedLevels"_s));
+        QCOMPARE(without[u"profiles"_s][1][u"completedLevels"_s], QJsonValue(QJsonArray()));
+        QCOMPARE(Saved::fromJson(without), saved);
+    }
+
+    void validateAppliesEveryRule_data()
+    {
+        QTest::addColumn<Mutation>("mutate"); // none: the pack stays valid
+        // clang-format off
+        QTest::newRow("as built") << Mutation();
+        QTest::newRow("schema 2") << Mutation([](Pack& p) { p.schema = 2; });
+        QTest::newRow("no pools") << Mutation([](Pack& p) { p.pools.clear(); });
+        QTest::newRow("duplicate pool id across levels") << Mutation([](Pack& p) { p.pools[2].id = p.pools[0].id; });
+        QTest::newRow("unknown level") << Mutation([](Pack& p) { p.pools[1].level = u"novice"_s; });
+        for (const char* day : {"2026-02-29", "2026-7-1", "2026-02-31", "2026-07-01 ", " 2026-07-01", "2026/07/01", "", "2026-13-01"})
+            QTest::addRow("revision '%s'", day) << Mutation([day](Pack& p) { p.pools[0].revision = QString::fromLatin1(day); });
+        QTest::newRow("validFrom 1994-02-30") << Mutation([](Pack& p) { p.pools[0].validFrom = u"1994-02-30"_s; });
+        QTest::newRow("validUntil trailing blank") << Mutation([](Pack& p) { p.pools[0].validUntil += u" "_s; });
+        QTest::newRow("equal start and end") << Mutation([](Pack& p) { p.pools[0].validUntil = p.pools[0].validFrom; });
+        QTest::newRow("extra with 35") << Mutation([](Pack& p) { p.pools[2] = Fixtures::pool(u"extra"_s, u"e"_s, u"2024-07-01"_s, u"2026-01-01"_s, 35); p.pools[2].examCount = 35; p.pools[2].passCount = 26; });
+        QTest::newRow("general with 50") << Mutation([](Pack& p) { p.pools[1] = Fixtures::pool(u"general"_s, u"g"_s, u"2023-07-01"_s, u"2026-01-01"_s, 50); p.pools[1].examCount = 50; p.pools[1].passCount = 37; });
+        QTest::newRow("technician pass 25") << Mutation([](Pack& p) { p.pools[0].passCount = 25; });
+        QTest::newRow("34 groups") << Mutation([](Pack& p) { p.pools[0] = Fixtures::pool(u"technician"_s, u"t"_s, u"2026-07-01"_s, u"2026-01-01"_s, 34, 11); });
+        QTest::newRow("349 questions") << Mutation([](Pack& p) { p.pools[0].questions.removeLast(); });
+        QTest::newRow("duplicate question id") << Mutation([](Pack& p) { p.pools[0].questions.append(p.pools[0].questions.at(3)); });
+        QTest::newRow("id T1A1") << Mutation([](Pack& p) { p.pools[0].questions[0].id = u"T1A1"_s; });
+        QTest::newRow("technician questions in general pool") << Mutation([](Pack& p) { p.pools[0].level = u"general"_s; });
+        QTest::newRow("three answers") << Mutation([](Pack& p) { p.pools[0].questions[0].answers.removeLast(); });
+        QTest::newRow("five answers") << Mutation([](Pack& p) { p.pools[0].questions[0].answers.append(u"E"_s); });
+        QTest::newRow("correct 4") << Mutation([](Pack& p) { p.pools[0].questions[0].correct = 4; });
+        QTest::newRow("correct -1") << Mutation([](Pack& p) { p.pools[0].questions[0].correct = -1; });
+        QTest::newRow("empty prompt") << Mutation([](Pack& p) { p.pools[0].questions[0].prompt.clear(); });
+        QTest::newRow("empty answer") << Mutation([](Pack& p) { p.pools[0].questions[0].answers[3].clear(); });
+        QTest::newRow("group differs from id") << Mutation([](Pack& p) { p.pools[0].questions[0].group = u"T1B"_s; });
+        QTest::newRow("figure without asset") << Mutation([](Pack& p) { p.pools[0].questions[1].figure = u"T2.png"_s; });
+        QTest::newRow("asset key with slash") << Mutation([](Pack& p) { p.assets.insert(u"figs/T1.png"_s, u"AAAA"_s); });
+        QTest::newRow("asset length") << Mutation([](Pack& p) { p.assets.insert(u"x.png"_s, u"AAAAA"_s); });
+        QTest::newRow("asset line break") << Mutation([](Pack& p) { p.assets.insert(u"x.png"_s, u"AA\nA"_s); });
+        QTest::newRow("asset inner padding") << Mutation([](Pack& p) { p.assets.insert(u"x.png"_s, u"AAA=A==="_s); });
+        // clang-format on
+    }
+    void validateAppliesEveryRule()
+    {
+        QFETCH(Mutation, mutate);
+        Pack pack = validPack();
+        if (!mutate)
+            return pack.validate();
+        mutate(pack);
+        QVERIFY_THROWS_EXCEPTION(DataError, pack.validate());
+    }
+
+    void poolPeriods()
+    {
+        Pool pool = Fixtures::pool(u"technician"_s, u"t"_s); // 2026-07-01 until 2030-07-01
+        QVERIFY(pool.current(u"2026-07-01"_s) && pool.current(u"2030-06-30"_s));
+        QVERIFY(!pool.current(u"2030-07-01"_s) && !pool.current(u"2026-06-30"_s));
+        pool.validFrom = QDate::currentDate().addDays(1).toString(Qt::ISODate);
+        QVERIFY(pool.upcoming() && !pool.current());
+        pool.validFrom = Dates::today();
+        QVERIFY(!pool.upcoming() && pool.current() && pool.validFrom == QDate::currentDate().toString(Qt::ISODate));
+    }
+};
+
+AEROWEN_TEST_MAIN(ModelTest, QCoreApplication)
+#include "ModelTest.moc"
