@@ -95,7 +95,9 @@ private slots:
                  u"http://"_s + host + u"/software/aerowen"_s, u"https://example.com/software/aerowen"_s,
                  u"https://www."_s + host + u"/software/aerowen"_s, u"https:/software/aerowen"_s, page + u"/x"_s,
                  u"https://"_s + host + u"/"_s, page + u"//"_s, page + u"?a=1"_s, page + u"?"_s, page + u"#top"_s,
-                 u"https://me@"_s + host + u"/software/aerowen"_s, u"https://me:pw@"_s + host + u"/software/aerowen"_s})
+                 u"https://me@"_s + host + u"/software/aerowen"_s, u"https://me:pw@"_s + host + u"/software/aerowen"_s,
+                 // The host is compared as written, letter case included.
+                 u"https://"_s + host.toUpper() + u"/software/aerowen"_s})
             QTest::addRow("%s", qPrintable(url)) << serve(record(u"99.0.0"_s, 5, url)) << false << "DataError";
     }
     void releaseCheckFetchesChecksAndReports()
@@ -117,7 +119,7 @@ private slots:
         Fixtures::writeFile(dir.filePath(u"pools.json"_s), Fixtures::threeLevelPack().toBytes());
         Store store(dir.filePath(u"pools.json"_s), dir.filePath(u"storage"_s));
         QSignalSpy finished(&store, &Store::releaseCheckFinished);
-        store.setReleaseFetcher([] { return AppRelease{u"98.0.0"_s, 1, QUrl(page)}; });
+        store.setReleaseFetcher([] { return AppRelease{u"98.0.0"_s, 1, page}; });
         store.checkApplicationUpdates();
         QVERIFY(finished.wait(10000));
         store.setReleaseFetcher(fetch);
@@ -148,7 +150,7 @@ private slots:
         QCOMPARE(fetches.loadRelaxed(), 2); // one for the store, one for the updater
         const QString note = blocked ? u"An exam runs."_s : newer ? QString() : status;
         QCOMPARE(notes, note.isEmpty() ? QStringList() : QStringList{u"Check for Updates: "_s + note});
-        QCOMPARE(opened, note.isEmpty() ? QList<QUrl>{store.availableRelease()->url} : QList<QUrl>());
+        QCOMPARE(opened, note.isEmpty() ? QList<QUrl>{store.availableRelease()->address()} : QList<QUrl>());
     }
 
     void frontFollowsTheUpdaterAndHoldsTheRelaunch()
