@@ -3,39 +3,28 @@
 
 #include <QFile>
 #include <QJsonArray>
-#include <QTest>
+
+using namespace Qt::StringLiterals;
 
 namespace Fixtures {
 
 Pool pool(const QString& level, const QString& id, const QString& validFrom, const QString& revision, int groups,
           int perGroup)
 {
-    const bool extra = level == QLatin1StringView("extra");
-    Pool p;
-    p.id = id;
-    p.level = level;
-    p.name = extra ? QStringLiteral("Amateur Extra") : level.at(0).toUpper() + level.mid(1);
-    p.validFrom = validFrom;
-    p.validUntil = QString::number(validFrom.left(4).toInt() + 4) + validFrom.mid(4);
-    p.revision = revision;
-    p.examCount = extra ? 50 : 35;
-    p.passCount = extra ? 37 : 26;
-    p.source = QStringLiteral("https://www.ncvec.org/downloads/test.docx");
+    const bool extra = level == "extra"_L1;
     const QString letter = levelLetter(level);
-    p.topics.insert(letter + QLatin1Char('1'), QStringLiteral("First subelement"));
-    const int groupCount = groups < 0 ? int(p.examCount) : groups;
-    for (int g = 0; g < groupCount; ++g) {
+    const QString name = extra ? u"Amateur Extra"_s : level.at(0).toUpper() + level.mid(1);
+    const QString until = QString::number(validFrom.left(4).toInt() + 4) + validFrom.mid(4);
+    const QString source = u"https://www.ncvec.org/downloads/test.docx"_s;
+    Pool p{id, level, name, validFrom, until, revision, std::nullopt, extra ? 50 : 35, extra ? 37 : 26, source, {}, {}};
+    p.topics.insert(letter + u'1', u"First subelement"_s);
+    for (int g = 0; g < (groups < 0 ? int(p.examCount) : groups); ++g) {
         const QString group = letter + QString::number(1 + g / 26) + QChar(u'A' + g % 26);
         for (int n = 1; n <= perGroup; ++n) {
-            Question q;
-            q.id = group + QStringLiteral("%1").arg(n, 2, 10, QLatin1Char('0'));
-            q.group = group;
-            q.prompt = QStringLiteral("What is %1?").arg(q.id);
-            q.answers = {QStringLiteral("A of ") + q.id, QStringLiteral("B of ") + q.id, QStringLiteral("C of ") + q.id,
-                         QStringLiteral("D of ") + q.id};
-            q.correct = n % 4;
-            q.reference = QStringLiteral("[97.%1]").arg(n);
-            p.questions.append(q);
+            const QString qid = group + u"%1"_s.arg(n, 2, 10, QLatin1Char('0'));
+            const QStringList answers{"A of " + qid, "B of " + qid, "C of " + qid, "D of " + qid};
+            p.questions.append(
+                {qid, group, u"What is %1?"_s.arg(qid), answers, n % 4, u"[97.%1]"_s.arg(n), std::nullopt});
         }
     }
     return p;
@@ -43,19 +32,14 @@ Pool pool(const QString& level, const QString& id, const QString& validFrom, con
 
 Pack pack(const QList<Pool>& pools)
 {
-    Pack p;
-    p.schema = 1;
-    p.pools = pools;
-    return p;
+    return Pack{1, pools, {}};
 }
 
 Pack threeLevelPack()
 {
-    return pack({pool(QStringLiteral("technician"), QStringLiteral("tech-2026")),
-                 pool(QStringLiteral("general"), QStringLiteral("general-2023"), QStringLiteral("2023-07-01"),
-                      QStringLiteral("2026-02-04")),
-                 pool(QStringLiteral("extra"), QStringLiteral("extra-2024"), QStringLiteral("2024-07-01"),
-                      QStringLiteral("2026-02-04"))});
+    return pack({pool(u"technician"_s, u"tech-2026"_s),
+                 pool(u"general"_s, u"general-2023"_s, u"2023-07-01"_s, u"2026-02-04"_s),
+                 pool(u"extra"_s, u"extra-2024"_s, u"2024-07-01"_s, u"2026-02-04"_s)});
 }
 
 void writeFile(const QString& path, const QByteArray& bytes)
@@ -68,9 +52,7 @@ void writeFile(const QString& path, const QByteArray& bytes)
 QByteArray readFile(const QString& path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return file.readAll();
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 static QJsonValue editedValue(const QJsonValue& node, QStringList path, const std::function<void(QJsonObject&)>& edit)
@@ -93,7 +75,7 @@ static QJsonValue editedValue(const QJsonValue& node, QStringList path, const st
 
 QJsonObject editedJson(const QJsonObject& root, const QString& path, const std::function<void(QJsonObject&)>& edit)
 {
-    return editedValue(root, path.split(QLatin1Char('/'), Qt::SkipEmptyParts), edit).toObject();
+    return editedValue(root, path.split(u'/', Qt::SkipEmptyParts), edit).toObject();
 }
 
 QString sourcePackPath()

@@ -1,6 +1,7 @@
 // Shared set-up of store tests: the pack on disk, fresh storage folders, a fake clock and question look-ups.
 #pragma once
 
+#include "Fixtures.h"
 #include "store/Store.h"
 
 #include <QTemporaryDir>
@@ -9,9 +10,22 @@
 
 namespace StoreFixtures {
 
-QStringList ids(const QList<Question>& questions);
+// The ids of questions (or pools), in order.
+template <typename T> QStringList ids(const QList<T>& list)
+{
+    QStringList ids;
+    for (const T& item : list)
+        ids.append(item.id);
+    return ids;
+}
 // The questions of the pool with the given ids, in the order asked for.
-QList<Question> pick(const Pool& pool, const QStringList& wanted);
+inline QList<Question> pick(const Pool& pool, const QStringList& wanted)
+{
+    QList<Question> list;
+    for (const QString& id : wanted)
+        list.append(pool.questions.at(ids(pool.questions).indexOf(id)));
+    return list;
+}
 // The index of a wrong answer of the question.
 inline qint64 wrong(const Question& q)
 {
@@ -22,13 +36,27 @@ inline qint64 wrong(const Question& q)
 class StoreRig
 {
 public:
-    StoreRig();
+    StoreRig() { Fixtures::writeFile(packPath, pack.toBytes()); }
     // A new storage folder; when seed is given, a progress file made from the initial state is written first.
-    std::unique_ptr<Store> fresh(const std::function<void(Saved&)>& seed = {});
+    std::unique_ptr<Store> fresh(const std::function<void(Saved&)>& seed = {})
+    {
+        m_storage = std::make_unique<QTemporaryDir>();
+        if (seed) {
+            Saved saved = Saved::initial();
+            seed(saved);
+            Fixtures::writeFile(progressPath(), saved.toBytes());
+        }
+        return reopen();
+    }
     // Another store over the current storage folder, as after a restart.
-    std::unique_ptr<Store> reopen();
-    Saved onDisk() const;
-    QString progressPath() const;
+    std::unique_ptr<Store> reopen()
+    {
+        auto store = std::make_unique<Store>(packPath, m_storage->path());
+        store->setClock([this] { return now; });
+        return store;
+    }
+    Saved onDisk() const { return Saved::fromBytes(Fixtures::readFile(progressPath())); }
+    QString progressPath() const { return m_storage->filePath(QStringLiteral("progress.json")); }
     const Pool& tech() const { return pack.pools.at(0); }
 
 private:
@@ -36,8 +64,8 @@ private:
     std::unique_ptr<QTemporaryDir> m_storage;
 
 public:
-    Pack pack;
-    QString packPath;
+    Pack pack = Fixtures::threeLevelPack();
+    QString packPath = m_dir.filePath(QStringLiteral("pools.json"));
     double now = 1000;
 };
 
