@@ -23,10 +23,9 @@ const QUuid anna(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11);
 const Pool techPool = Fixtures::pool(u"technician"_s, u"tech-2026"_s);
 
 // A General pool whose id is its revision.
-Pool general(const char* validFrom, const char* revision)
+Pool general(const QString& validFrom, const QString& revision)
 {
-    return Fixtures::pool(u"general"_s, QString::fromLatin1(revision), QString::fromLatin1(validFrom),
-                          QString::fromLatin1(revision));
+    return Fixtures::pool(u"general"_s, revision, validFrom, revision);
 }
 
 // One stored result, described by what boards, history and readiness look at.
@@ -123,9 +122,8 @@ private slots:
         const qint64 now = QDateTime::currentSecsSinceEpoch();
         for (qint64 s = now; s < now + 5; ++s) // the recovery copy's names of the coming seconds are all taken
             taken.insert(u"progress-unreadable-%1.json"_s.arg(s), "taken");
-        Pack invalid = Fixtures::pack({general("2027-07-01", "2026-01-01")}),
-             invalidBuiltIn = Fixtures::threeLevelPack();
-        invalid.schema = invalidBuiltIn.schema = 2;
+        Pack invalid = Fixtures::pack({general("2027-07-01", "2026-01-01")});
+        invalid.schema = 2;
         Saved kept = Saved::initial();
         kept.profiles[0].name = u"Kept"_s;
         QTest::newRow("first start") << Files{} << QString() << builtIn;
@@ -138,7 +136,7 @@ private slots:
             << unreadable << builtIn;
         QTest::newRow("recovery copy impossible") << taken << unprepared << builtIn;
         QTest::newRow("invalid built-in pack: nothing read") // it is the one given in the folder
-            << Files{{u"pools.json"_s, invalidBuiltIn.toBytes()}, {progress, kept.toBytes()}} << unprepared << builtIn;
+            << Files{{u"pools.json"_s, invalid.toBytes()}, {progress, kept.toBytes()}} << unprepared << u"2026-01-01"_s;
         QTest::newRow("invalid installed pack") << Files{{pack, invalid.toBytes()}} << QString() << builtIn;
     }
     void startUp()
@@ -207,7 +205,8 @@ private slots:
         // A folder that cannot be made stops the preparation; without its built-in pack the application cannot run.
         QVERIFY(Store(m_rig.packPath, m_rig.packPath + u"/storage"_s).message().startsWith(unprepared));
         QVERIFY_THROWS_EXCEPTION(BuiltInPackError, Store(m_dir.filePath(u"absent.json"_s), folderWith()));
-        QVERIFY_THROWS_EXCEPTION(BuiltInPackError, Store(folderWith({{u"x"_s, "x"}}), folderWith()));
+        QVERIFY_THROWS_EXCEPTION(BuiltInPackError,
+                                 Store(QStringLiteral(KESTOVAN_SOURCE_DIR "/README.md"), folderWith()));
     }
 
     void clearAllDataStartsAgainWithGuest()
@@ -219,7 +218,8 @@ private slots:
                         {u"progress-unreadable-100.json"_s, "old"},
                         {u"progress-unreadable-300.txt"_s, "not a recovery copy"},
                         {u"official-pools.json"_s, Fixtures::pack({general("2023-07-01", "2026-09-01")}).toBytes()},
-                        {u"diagram-corrections.json"_s, "{}"}});
+                        {u"diagram-review.json"_s, DiagramReview().toBytes()},
+                        {u"diagram-corrections.json"_s, CorrectionsJson::toBytes({{u"d"_s, {}}})}});
         Settings::open()->setValue(Settings::studyTextSize, 22.0);
         Store store(m_rig.packPath, folder);
         store.setMessage(u"something earlier"_s);
@@ -228,9 +228,11 @@ private slots:
         QVERIFY(store.saved().profiles.size() == 1 && store.saved().profiles.at(0).id != saved.profiles.at(0).id);
         QVERIFY(store.saved().profiles.at(0).name == "Guest"_L1 && store.saved().stats.isEmpty());
         QCOMPARE(Saved::fromBytes(Fixtures::readFile(folder + u"/progress.json"_s)), store.saved());
-        QCOMPARE(QDir(folder).entryList(QDir::Files), (QStringList{"diagram-corrections.json", "official-pools.json",
-                                                                   "progress-unreadable-300.txt", "progress.json"}));
-        QVERIFY(!Settings::open()->contains(Settings::studyTextSize));
+        QCOMPARE(QDir(folder).entryList(QDir::Files),
+                 (QStringList{"diagram-corrections.json", "diagram-review.json", "official-pools.json",
+                              "progress-unreadable-300.txt", "progress.json"}));
+        QVERIFY(!Settings::open()->contains(Settings::studyTextSize) && store.diagramReview());
+        QCOMPARE(store.diagramCorrections().keys(), QStringList{"d"}); // read at start-up, kept by clearing
         // A folder where the progress file should be makes saving and clearing fail, changing nothing.
         QVERIFY(QFile::remove(folder + u"/progress.json"_s) && QDir().mkpath(folder + u"/progress.json"_s));
         Fixtures::writeFile(folder + u"/progress-unreadable-5.json"_s, "old");
@@ -287,11 +289,9 @@ private slots:
     {
         // FNV-1a over the UTF-8 bytes (é is two of them), then SplitMix64: every installation must draw alike.
         QCOMPARE(Seeded(QString()).state, 0xcbf29ce484222325ULL);
-        QCOMPARE(Seeded(u"a"_s).state, 0xaf63dc4c8601ec8cULL);
         QCOMPARE(Seeded(u"é"_s).state, 0x0ac21707b7181e01ULL);
         Seeded zero(quint64(0)), xa(u"X|A"_s);
         QCOMPARE(zero.next(), 0xe220a8397b1dcdafULL);
-        QCOMPARE(zero.next(), 0x6e789e6aa1b965f4ULL);
         for (const quint64 value : {0xf0ca91390a83bab8ULL, 0xa28ab9ef602ddb2dULL, 0xb96408f66de87a55ULL})
             QCOMPARE(xa.next(), value);
         // The worked example, its questions stored out of order: candidates are sorted by id before the draw.
@@ -321,12 +321,13 @@ private slots:
         QCOMPARE(store->message(), u"A profile with that name already exists. Select it or use a different name."_s);
         store->setMessage(QString());
         store->renameProfile(u" aNNA "_s); // its own name in other letters is allowed
-        QVERIFY(store->message().isEmpty() && store->profile().id == anna && store->profile().name == "aNNA"_L1);
+        QVERIFY(store->message().isEmpty() && store->profile().id == anna);
+        QCOMPARE(m_rig.onDisk().profiles.at(1).name, u"aNNA"_s); // renamed and saved at once
         store->select(guest);
         store->renameProfile(u"BEN"_s); // Guest keeps its name: renaming it picks or adds a named learner
         QCOMPARE(store->profile().name, u"ben"_s);
         store->select(QUuid::createUuid()); // an unknown learner falls back to the first
-        QVERIFY(store->profile().id == guest && store->profile().name == "Guest"_L1);
+        QVERIFY(store->profile().id == guest && m_rig.onDisk().selected == store->saved().selected);
         // Completed levels hide their pools from this learner only; unmarked, an empty set stays in the file.
         store->setLevelComplete(u"technician"_s, true);
         QCOMPARE(store->studyPools(), store->pools().mid(1));
@@ -362,8 +363,8 @@ private slots:
         QCOMPARE(m_store->message(), u"No questions match this practice mode yet."_s);
         for (const int i : {12, 2, 5, 5}) // without a session; twice undoes
             m_store->toggleBookmark(tech(), tech().questions.at(i));
-        QCOMPARE(start(u"Bookmarks"_s, u"Anna"_s), (QStringList{"T1A03", "T1B03"})); // pool order
         QCOMPARE(m_rig.onDisk().bookmarks.size(), 4);
+        QCOMPARE(start(u"Bookmarks"_s, u"Anna"_s), (QStringList{"T1A03", "T1B03"})); // pool order
         // Mistakes and practice keep the given order unless shuffled; shuffling keeps every question.
         QCOMPARE(start(u"Mistakes"_s, u"Anna"_s, offered, false, u"code"_s), offered);
         QStringList shuffled = start(u"Study All"_s, u"Anna"_s, {}, true);
@@ -391,7 +392,7 @@ private slots:
         }
     }
 
-    void practiceLeavingAndResuming()
+    void playingLeavingAndResuming()
     {
         annaAndBen();
         const QUuid anna = m_store->profile().id;
@@ -400,9 +401,8 @@ private slots:
         m_store->finish();
         start(u"Study All"_s, u"Anna"_s, QStringList{"T1A01", "T1A02", "T1A03"});
         const Session s = *m_store->session(); // a fresh start: nothing answered, time from zero, stored as a draft
-        QVERIFY(!m_store->result() && s.answers.isEmpty() && s.elapsed == 0 && m_store->elapsed() == 0 &&
-                s.pool == tech());
-        QVERIFY(qAbs(s.started - Dates::now()) < 5);
+        QVERIFY(!m_store->result() && s.index == 0 && s.eligible && s.answers.isEmpty() && s.pool == tech());
+        QVERIFY(s.elapsed == 0 && m_store->elapsed() == 0 && qAbs(s.started - Dates::now()) < 5);
         QCOMPARE(m_rig.onDisk().drafts, QList<Session>{s});
         m_store->addProfile(u"Ben"_s); // statistics go to the session's learner, not the current one
         const Question q = s.questions.at(0);
@@ -465,7 +465,7 @@ private slots:
         QVERIFY(m_store->savedSessions().isEmpty() && m_rig.onDisk().drafts.size() == 2);
         m_store->addProfile(u"Anna"_s);
         m_store->deleteSession(practice);
-        QCOMPARE(m_store->savedSessions().size(), 1);
+        QCOMPARE(m_rig.onDisk().drafts.size(), 1);
     }
 
     void wholeExamOnTheTechnicianPool()
@@ -555,8 +555,8 @@ private slots:
         for (const auto& [entry, line] : lines)
             QCOMPARE(resultStatusLine(results({entry}).first()).value_or(QString()), line);
         const QList<std::pair<double, QString>> durations{
-            {0, "00:00:00"},       {75.9, "00:01:15"}, {59.99, "00:00:59"},       {3725, "01:02:05"},
-            {360000, "100:00:00"}, {-3, "00:00:00"},   {std::nan(""), "00:00:00"}};
+            {0, "00:00:00"},    {1, "00:00:01"},       {75.9, "00:01:15"}, {59.99, "00:00:59"},
+            {3725, "01:02:05"}, {360000, "100:00:00"}, {-3, "00:00:00"},   {std::nan(""), "00:00:00"}};
         for (const auto& [seconds, text] : durations)
             QCOMPARE(duration(seconds), text);
         // The top-10 screen trims blanks, not line breaks, and does not cut the code.
@@ -604,7 +604,6 @@ private slots:
         const PoolProgress& p = figures.at(0);
         QCOMPARE(p.coverage, u"Pool coverage: 4/350"_s);
         QCOMPARE(p.caption, u"Practice performance is not a guarantee of an official exam result."_s);
-        QCOMPARE(p.rows.size(), 35);
         QCOMPARE(p.rows.at(0), (GroupRow{u"T1A"_s, u"Commission's rules"_s, u"77% · 9 answers"_s}));
         QCOMPARE(p.rows.at(1), (GroupRow{u"T1B"_s, u"Commission's rules"_s, u"Not studied"_s}));
         QCOMPARE(p.rows.at(2).accuracy + p.rows.at(26).accuracy, u"Not studied66% · 3 answers"_s);
@@ -614,7 +613,7 @@ private slots:
     void exportAndPrintTexts()
     {
         // Right, wrong, and an index a damaged file may hold, which must never index the answers.
-        const Result r = sample({{u"T1A01"_s, 1}, {u"T1A02"_s, 0}, {u"T1A03"_s, 7}}, 3725.9);
+        const Result r = sample({{u"T1A01"_s, 1}, {u"T1A02"_s, 0}, {u"T1A03"_s, 4}}, 3725.9);
         QCOMPARE(resultExportText(r),
                  u"Kestovan Aerowen\nZoë Ω — Technician\nExam · Pool tech-2026\n11/22/26 8:46 PM\n"
                  "Score: 1/3 · Time: 01:02:05\nPractice result, not a licensing examination.\n\n"
