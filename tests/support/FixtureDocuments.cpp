@@ -1,151 +1,126 @@
-// Pool document builders for the updater tests.
+// Pool document and figure builders for the updater tests.
 #include "FixtureDocuments.h"
 
 #include "Fixtures.h"
 #include "model/Pack.h"
 
 #include <QBuffer>
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QImage>
+#include <QPainter>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
-namespace FixtureDocuments {
-
-QByteArray documentXml(const QStringList& lines)
+QByteArray FixtureDocuments::documentXml(const QStringList& lines)
 {
-    QString xml =
-        QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
-                       "<w:document xmlns:w=\"http://schemas.openxmlformats.org/wordprocessingml/2006/main\"><w:body>");
+    QString xml = QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<w:document xmlns:w=\""
+                                 "http://schemas.openxmlformats.org/wordprocessingml/2006/main\"><w:body>");
     for (const QString& line : lines)
-        xml += QStringLiteral("<w:p><w:r><w:t xml:space=\"preserve\">") + line.toHtmlEscaped() +
-               QStringLiteral("</w:t></w:r></w:p>");
-    xml += QStringLiteral("</w:body></w:document>");
-    return xml.toUtf8();
+        xml += "<w:p><w:r><w:t xml:space=\"preserve\">" + line.toHtmlEscaped() + "</w:t></w:r></w:p>";
+    return (xml + "</w:body></w:document>").toUtf8();
 }
 
-QByteArray relationshipsXml(const QList<Relationship>& relationships)
+QByteArray FixtureDocuments::relationshipsXml(const QList<QStringList>& relationships)
 {
-    QString xml =
-        QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
-                       "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">");
-    int n = 1;
-    for (const Relationship& r : relationships) {
-        xml += QStringLiteral("<Relationship Id=\"rId%1\" Type=\"%2\" Target=\"%3\"")
-                   .arg(n++)
-                   .arg(r.type.toHtmlEscaped(), r.target.toHtmlEscaped());
-        if (!r.targetMode.isEmpty())
-            xml += QStringLiteral(" TargetMode=\"%1\"").arg(r.targetMode.toHtmlEscaped());
-        xml += QStringLiteral("/>");
-    }
-    xml += QStringLiteral("</Relationships>");
-    return xml.toUtf8();
+    QString xml = "<?xml version=\"1.0\"?>\n<Relationships>";
+    for (const QStringList& r : relationships)
+        xml += QStringLiteral("<Relationship Id=\"r%1\" Type=\"%2\" Target=\"%3\"%4/>")
+                   .arg(QString::number(xml.size()),
+                        r.value(1, "http://schemas.openxmlformats.org/officeDocument/2006/relationships/image"), r[0],
+                        r.size() > 2 ? " TargetMode=\"" + r[2] + '"' : QString());
+    return (xml + "</Relationships>").toUtf8();
 }
 
-QByteArray archive(const QMap<QString, QByteArray>& members)
+QByteArray FixtureDocuments::archive(const QMap<QString, QByteArray>& members)
 {
     QTemporaryDir dir;
-    if (!dir.isValid())
-        qFatal("no temporary folder for a fixture document");
-    const QString content = dir.filePath(QStringLiteral("content"));
     for (auto it = members.cbegin(); it != members.cend(); ++it) {
-        const QString path = content + QLatin1Char('/') + it.key();
-        QDir().mkpath(QFileInfo(path).path());
-        Fixtures::writeFile(path, it.value());
+        QDir().mkpath(QFileInfo(dir.filePath(it.key())).path());
+        Fixtures::writeFile(dir.filePath(it.key()), it.value());
     }
-    QProcess zip;
-    zip.setWorkingDirectory(content);
-    zip.setStandardOutputFile(QProcess::nullDevice());
-    QStringList arguments{QStringLiteral("-q"), QStringLiteral("-X"), dir.filePath(QStringLiteral("out.docx"))};
-    arguments += members.keys();
-    zip.start(QStringLiteral("/usr/bin/zip"), arguments);
+    QProcess zip; // writes the archive to its standard output
+    zip.setWorkingDirectory(dir.path());
+    zip.start("/usr/bin/zip", QStringList{"-q", "-X", "-"} + members.keys());
     if (!zip.waitForFinished(-1) || zip.exitCode() != 0)
         qFatal("zip failed: %s", zip.readAllStandardError().constData());
-    return Fixtures::readFile(dir.filePath(QStringLiteral("out.docx")));
+    return zip.readAllStandardOutput();
 }
 
-QByteArray document(const QStringList& lines, const QMap<QString, QByteArray>& media,
-                    const QList<Relationship>& relationships)
+QByteArray FixtureDocuments::document(const QStringList& lines, const QMap<QString, QByteArray>& media,
+                                      const QList<QStringList>& relationships)
 {
-    QList<Relationship> rels = relationships;
-    if (rels.isEmpty()) {
-        for (auto it = media.cbegin(); it != media.cend(); ++it)
+    QList<QStringList> rels = relationships;
+    QMap<QString, QByteArray> members{{"word/document.xml", documentXml(lines)}};
+    for (auto it = media.cbegin(); it != media.cend(); ++it) {
+        members.insert("word/" + it.key(), it.value());
+        if (relationships.isEmpty())
             rels.append({it.key()});
     }
-    QMap<QString, QByteArray> members{{QStringLiteral("word/document.xml"), documentXml(lines)},
-                                      {QStringLiteral("word/_rels/document.xml.rels"), relationshipsXml(rels)}};
-    for (auto it = media.cbegin(); it != media.cend(); ++it)
-        members.insert(QStringLiteral("word/") + it.key(), it.value());
+    members.insert("word/_rels/document.xml.rels", relationshipsXml(rels));
     return archive(members);
 }
 
-QStringList poolLines(const QString& level, int perGroup)
+QStringList FixtureDocuments::poolLines(const QString& level, int perGroup)
 {
     const QString letter = levelLetter(level);
-    const int groups = level == QLatin1StringView("extra") ? 50 : 35;
-    QStringList lines{
-        QStringLiteral("Question pool for tests"),
-        QStringLiteral("SUBELEMENT %1%2 – COMMISSION’S RULES [6 Exam Questions – 6 Groups]").arg(letter).arg(1)};
-    static const QString letters = QStringLiteral("ABCD");
-    for (int g = 0; g < groups; ++g) {
-        const QString group = letter + QString::number(1 + g / 26) + QChar(u'A' + g % 26);
+    QStringList lines{"Question pool for tests",
+                      "SUBELEMENT " + letter + "1 – COMMISSION’S RULES [6 Exam Questions – 6 Groups]"};
+    for (int g = 0; g < (level == "extra" ? 50 : 35); ++g) {
         for (int n = 1; n <= perGroup; ++n) {
-            const QString id = group + QStringLiteral("%1").arg(n, 2, 10, QLatin1Char('0'));
-            lines << QStringLiteral("%1 (%2) [97.%3]").arg(id, letters.at(n % 4)).arg(n)
-                  << QStringLiteral("What is %1?").arg(id);
-            for (const QChar a : letters)
-                lines << QStringLiteral("%1. Answer %1 of %2").arg(a).arg(id);
-            lines << QStringLiteral("~~");
+            const QString id = letter + QString::number(1 + g / 26) + QChar(u'A' + g % 26) +
+                               QStringLiteral("%1").arg(n, 2, 10, QChar(u'0'));
+            lines << id + " (" + QChar(u'A' + n % 4) + ") [97." + QString::number(n) + ']' << "What is " + id + '?';
+            for (const char* a : {"A", "B", "C", "D"})
+                lines << QStringLiteral("%1. Answer %1 of %2").arg(QLatin1StringView(a), id);
+            lines << "~~";
         }
     }
     return lines;
 }
 
-qsizetype questionLine(const QStringList& lines, const QString& id)
+QStringList FixtureDocuments::edited(QStringList lines, const QString& id, int offset, const QString& text)
 {
-    for (qsizetype i = 0; i < lines.size(); ++i) {
-        if (lines.at(i).startsWith(id + QLatin1Char(' ')) || lines.at(i) == id)
-            return i;
+    const qsizetype at = lines.indexOf(QRegularExpression("^" + id + "\\b.*"));
+    if (at < 0)
+        qFatal("no question %s", qPrintable(id));
+    lines[at + offset] = text;
+    return lines;
+}
+
+QImage FixtureDocuments::sheet(const QStringList& captions)
+{
+    QImage sheet(700 * int(captions.size()), 600, QImage::Format_RGB32);
+    sheet.fill(Qt::white);
+    QPainter p(&sheet);
+    p.setPen(QPen(Qt::black, 4));
+    QFont font(QStringLiteral("DejaVu Sans"));
+    font.setPixelSize(56);
+    p.setFont(font);
+    for (int i = 0, x = 100; i < captions.size(); ++i, x += 700) {
+        p.drawRect(x, 80, 300, 200);
+        p.drawEllipse(QPoint(x + 150, 180), 60, 60);
+        p.drawText(QRect(x - 60, 380, 560, 100), Qt::AlignCenter, captions.at(i));
     }
-    return -1;
+    return sheet;
 }
 
-QUrl source(const QString& fileName)
+QByteArray FixtureDocuments::encoded(const QImage& image, const char* format)
 {
-    return QUrl(QStringLiteral("https://www.ncvec.org/downloads/") +
-                    QString::fromLatin1(QUrl::toPercentEncoding(fileName)),
-                QUrl::StrictMode);
-}
-
-QUrl technicianSource()
-{
-    return source(QStringLiteral("2026-2030 Technician Pool and Syllabus Public Release Feb 19 2026.docx"));
-}
-
-QByteArray png(unsigned int rgb, int width, int height)
-{
-    QImage image(width, height, QImage::Format_RGB32);
-    image.fill(rgb);
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
+    image.save(&buffer, format);
     return bytes;
 }
 
-void isolateTemporaryFolder()
+QByteArray FixtureDocuments::png(unsigned int rgb, int width, int height)
+{
+    QImage image(width, height, QImage::Format_RGB32);
+    image.fill(rgb);
+    return encoded(image);
+}
+
+void FixtureDocuments::isolateTemporaryFolder()
 {
     static QTemporaryDir folder; // removed with its contents when the test program ends
     qputenv("TMPDIR", QFile::encodeName(folder.path()));
-    if (QDir::tempPath() != QDir(folder.path()).canonicalPath() && QDir::tempPath() != folder.path())
-        qFatal("the temporary folder could not be moved");
 }
-
-QStringList leftoverDocuments()
-{
-    return QDir(QDir::tempPath()).entryList({QStringLiteral("kestovan-pool-*.docx")}, QDir::Files);
-}
-
-} // namespace FixtureDocuments

@@ -1,14 +1,12 @@
 // The local HTTPS site: certificate by openssl, server by python3 (https_site.py).
 #include "LocalHttpsSite.h"
 
-#include <QFile>
+#include "Fixtures.h"
 
 LocalHttpsSite::~LocalHttpsSite()
 {
-    if (m_server.state() != QProcess::NotRunning) {
-        m_server.kill();
-        m_server.waitForFinished(5000);
-    }
+    m_server.kill();
+    m_server.waitForFinished(5000);
     qunsetenv("CURL_CA_BUNDLE");
 }
 
@@ -22,12 +20,10 @@ QString LocalHttpsSite::start(const QString& root, const QString& replacementHos
                                               "subjectAltName=DNS:localhost,DNS:www.localhost,IP:127.0.0.1"});
     if (!openssl.waitForFinished(60000) || openssl.exitCode() != 0)
         return QStringLiteral("openssl failed: ") + QString::fromLocal8Bit(openssl.readAll());
-    QStringList arguments{QStringLiteral(KESTOVAN_SOURCE_DIR "/tests/support/https_site.py"), root, certificatePath(),
-                          key, m_dir.filePath(QStringLiteral("requests.log"))};
-    if (!replacementHost.isEmpty())
-        arguments.append(replacementHost);
     m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_server.start(QStringLiteral("python3"), arguments);
+    m_server.start(QStringLiteral("python3"), {QStringLiteral(KESTOVAN_SOURCE_DIR "/tests/support/https_site.py"), root,
+                                               certificatePath(), key, m_dir.filePath(QStringLiteral("requests.log")),
+                                               replacementHost.isEmpty() ? QStringLiteral("-") : replacementHost});
     while (!m_server.canReadLine()) {
         if (!m_server.waitForReadyRead(20000))
             return QStringLiteral("the local HTTPS server did not report its port");
@@ -37,10 +33,7 @@ QString LocalHttpsSite::start(const QString& root, const QString& replacementHos
     return m_port > 0 ? QString() : QStringLiteral("the local HTTPS server reported no port");
 }
 
-QStringList LocalHttpsSite::requests() const
+QString LocalHttpsSite::requests() const
 {
-    QFile log(m_dir.filePath(QStringLiteral("requests.log")));
-    if (!log.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(log.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return QString::fromUtf8(Fixtures::readFile(m_dir.filePath(QStringLiteral("requests.log"))));
 }

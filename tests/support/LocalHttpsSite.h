@@ -21,8 +21,8 @@ public:
 
     int port() const { return m_port; }
     QString certificatePath() const { return m_dir.filePath(QStringLiteral("cert.pem")); }
-    // Request targets received so far, in order.
-    QStringList requests() const;
+    // Request targets received so far, in order, one a line.
+    QString requests() const;
 
 private:
     QTemporaryDir m_dir;

@@ -26,9 +26,8 @@ int runAll(int argc, char** argv);
 } // namespace TestRegistry
 
 #define AEROWEN_TEST(TestClass)                                                                                        \
-    static const bool registered##TestClass = (TestRegistry::add(#TestClass,                                           \
-                                                                 [] { return std::make_unique<TestClass>(); }),        \
-                                               true);
+    static const bool registered##TestClass =                                                                          \
+        (TestRegistry::add(#TestClass, [] { return std::make_unique<TestClass>(); }), true);
 
 #define AEROWEN_TEST_PROGRAM(AppClass)                                                                                 \
     int main(int argc, char** argv)                                                                                    \

@@ -1,5 +1,5 @@
 # Serves a folder over HTTPS on 127.0.0.1 for tests: a replica of a web site with a certificate made by the test.
-# Arguments: root certificate key request-log [host-to-put-in-place-of-ncvec.org]
+# Arguments: root certificate key request-log host-to-put-in-place-of-ncvec.org (or "-" to leave pages unchanged)
 # Prints the chosen port on the first line of standard output. A file NAME.redirect answers 302 to its content.
 import http.server
 import os
@@ -8,7 +8,7 @@ import sys
 import urllib.parse
 
 root, cert, key, log = sys.argv[1:5]
-rewrite = sys.argv[5].encode() if len(sys.argv) > 5 else None
+rewrite = sys.argv[5].encode() if len(sys.argv) > 5 and sys.argv[5] != "-" else None
 root = os.path.abspath(root)
 
 

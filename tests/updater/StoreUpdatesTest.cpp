@@ -1,0 +1,404 @@
+// The update check: which pool pages and documents the refresh takes and which parsed pools it installs, and the
+// store's check, its status lines and files, and the figure review it leads to.
+#include "store/Settings.h"
+#include "store/Store.h"
+#include "support/FixtureDocuments.h"
+#include "support/Fixtures.h"
+#include "support/Outcome.h"
+#include "support/TestEnvironment.h"
+#include "updater/Refresh.h"
+
+#include <QSignalSpy>
+#include <QTest>
+#include <QThread>
+
+#include <sys/resource.h>
+
+using namespace OfficialUpdates;
+using FD = FixtureDocuments;
+
+namespace {
+
+// An official site held in memory. The index lists the pages given (T, G and E stand for the current pool pages);
+// each pool page lists one document, the General page those given. Pages and documents named "gone" cannot be
+// fetched. Parse gives the pack of the first document key found in the file name.
+struct FakeSite
+{
+    QString index = "T G E", general = "General Feb 4 2026.docx";
+    QMap<QString, Pack> documents{
+        {"Tech Feb 19", Fixtures::pack({Fixtures::pool("technician", "tech-new", "2026-07-01", "2026-03-01")})},
+        {"Tech Mar 7 2022", Fixtures::pack({Fixtures::pool("technician", "tech-2022", "2022-07-01", "2022-03-07")})},
+        {"General", Fixtures::pack({Fixtures::threeLevelPack().pools[1]})},
+        {"Extra", Fixtures::pack({Fixtures::threeLevelPack().pools[2]})}};
+    QStringList parsed; // level and file name of every document parsed, in order
+
+    static QByteArray links(const QStringList& hrefs)
+    {
+        QByteArray html;
+        for (const QString& href : hrefs)
+            html += "<li><a href=\"" + href.toUtf8() + "\">pool</a></li>\n";
+        return html;
+    }
+    QByteArray page(const QString& name) const
+    {
+        const QMap<QString, QString> pages{{"T", "2026-2030-technician-question-pool"},
+                                           {"G", "2023-2027-general-question-pool"},
+                                           {"E", "2024-2028-extra-class-question-pool"}};
+        if (name == "amateur-question-pools") {
+            QStringList hrefs = index.split(' ');
+            for (QString& href : hrefs)
+                href = pages.value(href, href);
+            return links(hrefs);
+        }
+        QStringList names = name == pages["T"]   ? QStringList{"Tech Feb 19 2026.docx"}
+                            : name == pages["E"] ? QStringList{"Extra Feb 4 2026.docx"}
+                            : name == "2022-2026-technician-question-pool-release" ? QStringList{"Tech Mar 7 2022.docx"}
+                                                                                   : general.split(';');
+        for (QString& href : names)
+            href = href.contains("://") ? href : "/d/" + href;
+        return links(names);
+    }
+    Pack refresh(const Pack& pack, const Corrections& corrections = {}, const QString& today = "2026-11-22")
+    {
+        const Fetch fetch = [this](const QUrl& url) {
+            if (url.fileName().contains("gone") || (url.fileName() == "amateur-question-pools" && index == "-"))
+                throw UpdateError(UpdateError::download);
+            return url.path().startsWith("/d/") ? QByteArray("document") : page(url.fileName());
+        };
+        const Parse parse = [this](const QByteArray&, const QUrl& source, const QString& level, const Corrections&) {
+            parsed.append(level + ':' + source.fileName());
+            for (auto it = documents.cbegin(); it != documents.cend(); ++it)
+                if (source.fileName().contains(it.key()))
+                    return it.value();
+            throw UpdateError(UpdateError::format);
+        };
+        return OfficialUpdates::refresh(pack, corrections, fetch, parse, today);
+    }
+};
+
+// Changes the installed pool, the parsed one, the parsed pack and the corrections of one installation case.
+using Situation = std::function<void(Pool& installed, Pool& parsed, Pack& pack, Corrections& corrections)>;
+
+} // namespace
+
+Q_DECLARE_METATYPE(Situation)
+
+class StoreUpdatesTest : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    std::unique_ptr<Store> m_store;
+
+    QString file(const QString& name) const { return m_dir.filePath("storage/" + name); }
+    QByteArray read(const QString& name) const { return Fixtures::readFile(file(name)); }
+    static int niceness() { return getpriority(PRIO_PROCESS, static_cast<id_t>(gettid())); }
+    // Runs one check with the given refresher to its end and returns the status line.
+    QString check(const Store::Refresher& refresher)
+    {
+        QSignalSpy finished(m_store.get(), &Store::updateCheckFinished);
+        m_store->setRefresher(refresher);
+        m_store->checkUpdates();
+        return m_store->checking() && finished.wait(10000) && !m_store->checking() ? m_store->updateStatus() : "";
+    }
+
+private slots:
+    void pagesAndDocumentsTakenOrRefused()
+    {
+        // today | pages on the index | documents on the General page | the documents parsed, or the failure
+        for (const QStringList& r : table(R"(
+            2026-11-22 | T G E                                           |                         | ALL
+            2026-06-30 | 2022-2026-technician-question-pool-release T G E |                        | technician:Tech Mar 7 2022.docx ALL
+            2026-07-01 | 2022-2026-technician-question-pool-release T G E |                        | ALL
+            2026-11-22 | 2026-2030-TECHNICIAN-question-pool T G E        |                         | technician:General Feb 4 2026.docx ALL
+            2026-11-22 | general-and-technician-question-pool T G E      |                         | technician:General Feb 4 2026.docx ALL
+            2026-11-22 | extra-general-question-pool T G E               |                         | general:General Feb 4 2026.docx ALL
+            2026-11-22 | T http://ncvec.org/index.php/2026-2030-technician-question-pool G E T | | ALL
+            2026-11-22 | T G E | General Nov 8 2024.docx;General January 20 2022.docx;General March 7 2025.docx | technician:Tech Feb 19 2026.docx general:General March 7 2025.docx extra:Extra Feb 4 2026.docx
+            2026-11-22 | T G E | General Pool.docx;A General Feb 4 2026.docx;B General Feb 4 2026.docx | technician:Tech Feb 19 2026.docx general:A General Feb 4 2026.docx extra:Extra Feb 4 2026.docx
+            2026-11-22 | mission-statement                               |                         | format
+            2026-11-22 | T G https://example.com/index.php/E             |                         | format
+            2026-11-22 | https://me:pw@ncvec.org/index.php/T G E         |                         | format
+            2026-11-22 | T G                                             |                         | format
+            2026-11-22 | T G E                                           | General Pool.docx       | format
+            2026-11-22 | T G E                                           | General Feb 4 2026.pdf  | format
+            2026-11-22 | T G E                     | https://mirror.example/General Feb 4 2026.docx | format
+            2026-11-22 | -                                               |                         | download
+            2026-11-22 | T G extra-gone-question-pool                          |                         | download
+            2026-11-22 | T G E                                           | General gone Feb 4 2026.docx | download)")) {
+            FakeSite fake;
+            fake.index = r[1];
+            if (!r[2].isEmpty())
+                fake.general = r[2];
+            const QString failure = outcome([&] { fake.refresh(Fixtures::threeLevelPack(), {}, r[0]); });
+            const QString all =
+                "technician:Tech Feb 19 2026.docx general:General Feb 4 2026.docx extra:Extra Feb 4 2026.docx";
+            QCOMPARE(failure.isEmpty() ? fake.parsed.join(' ').replace(all, "ALL") : failure, r[3]);
+        }
+        // A failure of parse, a review request included, or of the new pack's validation fails the whole refresh.
+        FakeSite fake;
+        fake.documents["Tech Feb 19"].pools.first().examCount = 30;
+        QCOMPARE(outcome([&] { fake.refresh(Fixtures::threeLevelPack()); }), "invalid");
+        fake.documents.clear();
+        QCOMPARE(outcome([&] { fake.refresh(Fixtures::threeLevelPack()); }), "format");
+    }
+
+    void installationRule_data()
+    {
+        QTest::addColumn<Situation>("situation");
+        QTest::addColumn<bool>("install");
+        const auto q = [](Pool& p) -> Question& { return p.questions[3]; };
+        const auto row = [](const char* name, bool install, const Situation& s) {
+            QTest::newRow(name) << s << install;
+        };
+        row("no installed pool of that period", true, [](Pool& o, Pool&, Pack&, Corrections&) {
+            o.validFrom = "2022-07-01";
+            o.validUntil = "2026-07-01";
+        });
+        row("older revision", false, [](Pool&, Pool& n, Pack&, Corrections&) { n.revision = "2026-02-18"; });
+        row("equal revision", false, [](Pool&, Pool&, Pack&, Corrections&) {});
+        row("newer revision", true, [](Pool&, Pool& n, Pack&, Corrections&) { n.revision = "2026-02-20"; });
+        row("digests differ", true, [](Pool&, Pool& n, Pack&, Corrections&) { n.documentHash = "bbbb"; });
+        row("only the new one has a digest", true, [](Pool& o, Pool&, Pack&, Corrections&) { o.documentHash.reset(); });
+        row("only the old one has a digest", true, [](Pool&, Pool& n, Pack&, Corrections&) { n.documentHash.reset(); });
+        row("prompt differs", true, [q](Pool&, Pool& n, Pack&, Corrections&) { q(n).prompt += " (revised)"; });
+        row("answers differ", true, [q](Pool&, Pool& n, Pack&, Corrections&) { q(n).answers[2] = "Another"; });
+        row("key differs", true, [q](Pool&, Pool& n, Pack&, Corrections&) { q(n).correct = (q(n).correct + 1) % 4; });
+        row("reference differs", true, [q](Pool&, Pool& n, Pack&, Corrections&) { q(n).reference = "[97.119]"; });
+        row("question id differs", true, [q](Pool&, Pool& n, Pack&, Corrections&) { q(n).id = q(n).group + "99"; });
+        row("one question more", true, [q](Pool&, Pool& n, Pack&, Corrections&) {
+            n.questions.append(q(n));
+            n.questions.last().id = q(n).group + "98";
+        });
+        row("only a figure differs", false, [q](Pool&, Pool& n, Pack& p, Corrections&) {
+            q(n).figure = "T-1.png";
+            p.assets.insert("T-1.png", "AAAA");
+        });
+        row("same document, reviewed", true, [](Pool&, Pool&, Pack&, Corrections& c) { c["aaaa"] = {{"T1", "AAAA"}}; });
+        row("no digests, reviewed", true, [](Pool& o, Pool& n, Pack&, Corrections& c) {
+            o.documentHash.reset();
+            n.documentHash.reset();
+            c[QString()] = {{"T1", "AAAA"}};
+        });
+        row("other document reviewed", false, [](Pool&, Pool&, Pack&, Corrections& c) {
+            c["cccc"] = {{"T1", "AAAA"}};
+        });
+    }
+    void installationRule()
+    {
+        QFETCH(Situation, situation);
+        QFETCH(bool, install);
+        FakeSite fake;
+        Pack installed = Fixtures::threeLevelPack(), &parsed = fake.documents["Tech Feb 19"];
+        installed.assets = {{"kept.png", "b2xk"}, {"marker.png", "b2xk"}};
+        Pool& old = installed.pools.first();
+        old.documentHash = "aaaa";
+        Pool fresh = old;
+        fresh.id = "tech-parsed"; // not part of the rule; only tells which pool ended up installed
+        Corrections corrections;
+        situation(old, fresh, parsed, corrections);
+        parsed.pools = {fresh};
+        parsed.assets.insert("marker.png", "bmV3");
+        const Pack result = fake.refresh(installed, corrections);
+        // A new period is installed beside the old one; the figures of a replaced pool stay.
+        QCOMPARE(result.pools.contains(fresh), install);
+        QCOMPARE(result.pools.contains(old), !install || old.validFrom != fresh.validFrom);
+        QCOMPARE(result.pools.size(), 3 + (install && old.validFrom != fresh.validFrom));
+        QCOMPARE(result.assets.value("marker.png") + result.assets.value("kept.png"),
+                 install ? "bmV3b2xk" : "b2xkb2xk");
+    }
+
+    void checksAndReviewsKeepTheLearnersPools()
+    {
+        // The built-in pack carries the four sample figures (solid colours of their own proportions) and Extra
+        // questions naming them; a review and corrections are left from earlier runs.
+        Pack pack = Fixtures::threeLevelPack();
+        for (const auto& [label, colour, width, height] : {std::tuple("E6-1", 0xff0000, 100, 50),
+                                                           {"E6-2", 0x00ff00, 1200, 100},
+                                                           {"E6-3", 0x0000ff, 50, 1000},
+                                                           {"E7-1", 0x000000, 600, 500}})
+            pack.assets.insert(label + QString(".png"), FD::base64(FD::png(colour, width, height)));
+        QList<Question>& extra = pack.pools[2].questions;
+        const QStringList prompts{"Is it Figure E6-1?", "Is it figure E7-1?", "Is it Figure E6-4?",
+                                  "Figure E6-4 or Figure E6-2?", "Is it Figure E6–3?"};
+        for (int i = 0; i < prompts.size(); ++i)
+            extra[i].prompt = prompts[i];
+        pack.pools[0].questions[0].prompt = "A technician question about Figure E6-1?";
+        DiagramReview review{std::nullopt,     "docx",    "https://www.ncvec.org/d/x.docx", "extra", "d1d1", {"sheet"},
+                             {"E6-1", "E6-2"}, {extra[0]}};
+        const Corrections stored{{"d1d1", {{"E6-1", "b2xk"}, {"E6-2", "b2xk"}}}, {"e2e2", {{"E9-1", "b3Ro"}}}};
+        Fixtures::writeFile(m_dir.filePath("pools.json"), pack.toBytes());
+        QDir().mkpath(file(""));
+        Fixtures::writeFile(file("diagram-review.json"), review.toBytes());
+        Fixtures::writeFile(file("diagram-corrections.json"), CorrectionsJson::toBytes(stored));
+        m_store = std::make_unique<Store>(m_dir.filePath("pools.json"), m_dir.filePath("storage"));
+
+        // A check runs on its own thread behind the interface, with copies; a second request meanwhile is ignored.
+        Pack fresh = pack;
+        fresh.pools.first().revision = "2026-03-01";
+        int calls = 0, workerNiceness = 0;
+        std::optional<std::pair<Pack, Corrections>> given;
+        QThread* thread = nullptr;
+        m_store->setRefresher([&](const Pack& p, const Corrections& c) {
+            given = {p, c};
+            thread = QThread::currentThread();
+            workerNiceness = niceness();
+            QThread::msleep(300);
+            ++calls;
+            return fresh;
+        });
+        QSignalSpy first(m_store.get(), &Store::updateCheckFinished);
+        m_store->checkUpdates();
+        QCOMPARE(m_store->updateStatus(), "Checking the official NCVEC question pools…");
+        m_store->checkUpdates();
+        QVERIFY(m_store->checking() && first.wait(10000));
+        QTest::qWait(100);
+        QVERIFY(first.count() == 1 && calls == 1 && given == std::make_pair(pack, stored));
+        QVERIFY(thread != QThread::currentThread() && workerNiceness > niceness());
+        QCOMPARE(m_store->pack(), fresh);
+        QCOMPARE(Pack::fromBytes(read("official-pools.json")), fresh);
+        const QString stamp = Settings::open()->value(Settings::lastPoolCheck).toString();
+        const QDateTime now = QDateTime::currentDateTime(); // the stamp is the end of the check, in the learner's style
+        QVERIFY2(stamp == QLocale::system().toString(now, QLocale::ShortFormat) ||
+                     stamp == QLocale::system().toString(now.addSecs(-1), QLocale::ShortFormat),
+                 qPrintable(stamp));
+        QCOMPARE(m_store->updateStatus(), "Official NCVEC pools checked " + stamp + ". Ready for offline use.");
+        QCOMPARE(m_store->diagramReview(), review); // a pending review stays pending
+
+        // Failed checks say why and change nothing, not even when only the new pack's file cannot be written.
+        const QString unavailable = "Update check unavailable. Your installed pools remain usable offline. ";
+        const QByteArray installed = read("official-pools.json");
+        for (int kind : {0, 1, 2, -1, -2}) { // download, format and figures errors; invalid data; a platform error
+            const QString why = kind >= 0    ? UpdateError(UpdateError::Case(kind)).description()
+                                : kind == -1 ? "The data is not valid."
+                                             : "curl could not be started";
+            QSignalSpy packs(m_store.get(), &Store::packChanged);
+            QCOMPARE(check([kind](const Pack&, const Corrections&) -> Pack {
+                         if (kind >= 0)
+                             throw UpdateError(UpdateError::Case(kind));
+                         if (kind == -1)
+                             throw DataError();
+                         throw std::runtime_error("curl could not be started");
+                     }),
+                     unavailable + why);
+            QVERIFY(packs.isEmpty() && read("official-pools.json") == installed && m_store->diagramReview() == review);
+        }
+        QVERIFY(QFile::remove(file("official-pools.json")) && QDir().mkpath(file("official-pools.json")));
+        const QString status = check([](const Pack& p, const Corrections&) { return Fixtures::pack(p.pools.mid(1)); });
+        QVERIFY(status.startsWith(unavailable) && status != unavailable && m_store->pack() == fresh);
+        QVERIFY(QDir().rmdir(file("official-pools.json")));
+
+        // Figures that need the learner replace the pending review, in the store and in its file.
+        review.labels = {"E6-2", "E6-3"};
+        QCOMPARE(check([&](const Pack&, const Corrections&) -> Pack { throw ReviewRequest(review); }),
+                 "Diagrams need review. Open Updates → Review Diagrams. Your installed pools remain available.");
+        QVERIFY(m_store->diagramReview() == review && m_store->pack() == fresh);
+        QCOMPARE(DiagramReview::fromBytes(read("diagram-review.json")), review);
+
+        // A confirmed review is first tested with parse; crops that do not pass, or corrections that cannot be
+        // written, leave everything as it was.
+        QList<std::tuple<QByteArray, QUrl, QString, Corrections>> parses;
+        std::exception_ptr failure;
+        m_store->setParser([&](const QByteArray& d, const QUrl& s, const QString& l, const Corrections& c) -> Pack {
+            parses.append({d, s, l, c});
+            if (failure)
+                std::rethrow_exception(failure);
+            return {};
+        });
+        const QString prefix = "Could not finish diagram review: ";
+        for (const auto& [error, why] : std::initializer_list<std::pair<std::exception_ptr, QString>>{
+                 {std::make_exception_ptr(ReviewRequest(review)), UpdateError(UpdateError::figures).description()},
+                 {std::make_exception_ptr(UpdateError(UpdateError::format)),
+                  UpdateError(UpdateError::format).description()},
+                 {nullptr, ""}}) {
+            failure = error;
+            if (!error) // a folder in the way of the corrections file fails its atomic write
+                QVERIFY(QFile::remove(file("diagram-corrections.json")) &&
+                        QDir().mkpath(file("diagram-corrections.json")));
+            m_store->saveDiagramReview(review, {{"E6-2", "QUFB"}});
+            QVERIFY2(m_store->message().startsWith(prefix + why) && m_store->message() != prefix,
+                     qPrintable(m_store->message()));
+            QVERIFY(!m_store->checking() && m_store->diagramReview() == review &&
+                    m_store->diagramCorrections() == stored);
+            QVERIFY(QFile::exists(file("diagram-review.json")));
+            QVERIFY(!error || CorrectionsJson::fromBytes(read("diagram-corrections.json")) == stored);
+        }
+        QVERIFY(QDir().rmdir(file("diagram-corrections.json")));
+
+        // Crops that pass are merged into the stored ones, the review closes and the update is retried with them.
+        parses.clear();
+        m_store->setMessage(QString());
+        const Corrections merged{{"d1d1", {{"E6-1", "b2xk"}, {"E6-2", "QUFB"}, {"E6-3", "QkJC"}}},
+                                 {"e2e2", {{"E9-1", "b3Ro"}}}};
+        std::optional<Corrections> retriedWith;
+        m_store->setRefresher([&](const Pack& p, const Corrections& c) {
+            retriedWith = c;
+            return p;
+        });
+        QSignalSpy finished(m_store.get(), &Store::updateCheckFinished);
+        m_store->saveDiagramReview(review, {{"E6-2", "QUFB"}, {"E6-3", "QkJC"}});
+        QCOMPARE(parses, (QList<std::tuple<QByteArray, QUrl, QString, Corrections>>{
+                             {review.document, QUrl(review.source), review.level, merged}}));
+        QVERIFY(m_store->message().isEmpty() && m_store->diagramCorrections() == merged);
+        QCOMPARE(CorrectionsJson::fromBytes(read("diagram-corrections.json")), merged);
+        QVERIFY(!m_store->diagramReview() && !QFile::exists(file("diagram-review.json")));
+        QVERIFY(m_store->checking() && finished.wait(10000) && retriedWith == merged);
+
+        // The sample review: four figures on one sheet, each scaled into its quarter and centred; its questions are
+        // the Extra questions whose first figure is a sample one, in pool order.
+        const std::optional<DiagramReview> sample = m_store->demoDiagramReview();
+        QVERIFY(sample && sample->isDemo == true && sample->document.isEmpty() && sample->images.size() == 1);
+        QCOMPARE(sample->source + ' ' + sample->level + ' ' + sample->documentKey + ' ' + sample->labels.join(' '),
+                 officialRoot().toString() + " extra demo E6-1 E6-2 E6-3 E7-1");
+        QStringList found;
+        for (const Question& q : sample->questions)
+            found.append(q.prompt + ' ' + q.figure.value_or(""));
+        QCOMPARE(found, (QStringList{"Is it Figure E6-1? E6-1", "Is it figure E7-1? E7-1", "Is it Figure E6–3? E6-3"}));
+        // E6-1 100x50 -> 560x280 top left; E6-2 1200x100 -> 560x47 top right; E6-3 50x1000 -> 22x440 bottom left;
+        // E7-1 600x500 -> 528x440 bottom right; the rest stays white.
+        const QImage sheet = QImage::fromData(sample->images.first(), "PNG");
+        QCOMPARE(sheet.size(), QSize(1200, 1000));
+        QString colours;
+        for (const auto& [x, y] : {std::pair(22, 250),
+                                   {578, 250},
+                                   {300, 115},
+                                   {622, 250},
+                                   {900, 220},
+                                   {300, 532},
+                                   {300, 972},
+                                   {315, 750},
+                                   {640, 535},
+                                   {18, 250},
+                                   {582, 250},
+                                   {300, 105}})
+            colours += QString::number(sheet.pixel(x, y) & 0xffffff, 16) + ' ';
+        QCOMPARE(colours, "ff0000 ff0000 ff0000 ff00 ffffff ff ffffff ffffff 0 ffffff ffffff ffffff ");
+        // Finishing it needs a crop for every figure, and then changes nothing.
+        const QStringList files = QDir(file("")).entryList(QDir::Files);
+        QMap<QString, QString> crops{{"E6-1", "AAAA"}, {"E6-2", "AAAA"}, {"E6-3", "AAAA"}};
+        m_store->saveDiagramReview(*sample, crops);
+        QCOMPARE(m_store->message(), "Select every sample figure first.");
+        m_store->setMessage(QString());
+        crops.insert("E7-1", "AAAA");
+        m_store->saveDiagramReview(*sample, crops);
+        QVERIFY(m_store->message().isEmpty() && !m_store->checking() && parses.size() == 1);
+        QVERIFY(QDir(file("")).entryList(QDir::Files) == files && m_store->diagramCorrections() == merged);
+        // Without every sample figure there is no sample.
+        for (const QString& value : {QString(), FD::base64("not an image")}) {
+            m_store->setMessage(QString());
+            check([&](const Pack& p, const Corrections&) {
+                Pack without = p;
+                if (value.isNull())
+                    without.assets.remove("E6-1.png");
+                else
+                    without.assets.insert("E6-3.png", value);
+                return without;
+            });
+            QVERIFY(!m_store->demoDiagramReview());
+            QCOMPARE(m_store->message(), "The sample diagram is unavailable.");
+        }
+    }
+};
+
+AEROWEN_TEST(StoreUpdatesTest)
+#include "StoreUpdatesTest.moc"
