@@ -168,6 +168,7 @@ private slots:
         QVERIFY(pool.current(u"2026-07-01"_s) && pool.current(u"2030-06-30"_s));
         QVERIFY(!pool.current(u"2030-07-01"_s) && !pool.current(u"2026-06-30"_s));
         pool.validFrom = QDate::currentDate().addDays(1).toString(Qt::ISODate);
+        pool.validUntil = QDate::currentDate().addYears(4).toString(Qt::ISODate);
         QVERIFY(pool.upcoming() && !pool.current());
         pool.validFrom = Dates::today();
         QVERIFY(!pool.upcoming() && pool.current() && pool.validFrom == QDate::currentDate().toString(Qt::ISODate));
