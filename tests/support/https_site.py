@@ -1,15 +1,21 @@
-# Serves a folder over HTTPS on 127.0.0.1 for tests: a replica of a web site with a certificate made by the test.
-# Arguments: root certificate key request-log host-to-put-in-place-of-ncvec.org (or "-" to leave pages unchanged)
+# Serves a folder over HTTPS on 127.0.0.1 for tests: a replica of a web site with a certificate made here, valid for
+# localhost, www.localhost and 127.0.0.1.
+# Arguments: root, a folder for the certificate (cert.pem, key.pem) and the request log (requests.log), and the host
+# to put in place of ncvec.org in served HTML pages ("-" to leave them unchanged).
 # Prints the chosen port on the first line of standard output. A file NAME.redirect answers 302 to its content.
 import http.server
 import os
 import ssl
+import subprocess
 import sys
 import urllib.parse
 
-root, cert, key, log = sys.argv[1:5]
-rewrite = sys.argv[5].encode() if len(sys.argv) > 5 and sys.argv[5] != "-" else None
-root = os.path.abspath(root)
+root, folder, host = os.path.abspath(sys.argv[1]), sys.argv[2], sys.argv[3]
+rewrite = host.encode() if host != "-" else None
+cert, key, log = (os.path.join(folder, name) for name in ("cert.pem", "key.pem", "requests.log"))
+subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", key, "-out", cert, "-days", "2",
+                "-subj", "/CN=localhost", "-addext", "subjectAltName=DNS:localhost,DNS:www.localhost,IP:127.0.0.1"],
+               check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
 
 class Handler(http.server.BaseHTTPRequestHandler):
