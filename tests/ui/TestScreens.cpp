@@ -379,7 +379,7 @@ private slots:
     {
         Harness h(m_pack, {{u"progress.json"_s, m_recorded.toBytes()}});
         h.root->setTab(u"Top 10"_s);
-        const auto boards = [&h] {
+        const auto boards = [&h]() -> QString {
             return texts(h.visible(u"board-tech-test"_s),
                          {u"boardEmpty"_s, u"entry1-rank"_s, u"entry1-name"_s, u"entry1-score"_s, u"entry1-time"_s,
                           u"entry2-name"_s, u"entry2-time"_s, u"entry3-name"_s}) +
