@@ -8,7 +8,7 @@ packages=(
     qt6-base-dev qt6-base-dev-tools qt6-pdf-dev qt6-qpa-plugins libgl-dev
     libtesseract-dev tesseract-ocr-eng
     curl unzip
-    zip openssl python3 xvfb xauth fonts-dejavu-core
+    zip openssl python3 xvfb xauth fonts-dejavu-core dbus-daemon
     dpkg-dev desktop-file-utils appstream
 )
 

@@ -1,4 +1,4 @@
-// The learner's settings: question text size and the time of the last pool check.
+// The learner's settings: question text size, the time of the last pool check and the appearance.
 #pragma once
 
 #include <QSettings>
@@ -10,6 +10,8 @@ inline const QString organization = QStringLiteral("Kestovan");
 inline const QString application = QStringLiteral("Kestovan Aerowen");
 inline const QString studyTextSize = QStringLiteral("studyTextSize");
 inline const QString lastPoolCheck = QStringLiteral("lastPoolCheck");
+// "system", "light" or "dark".
+inline const QString appearance = QStringLiteral("appearance");
 
 inline constexpr double defaultTextSize = 18;
 inline constexpr double minimumTextSize = 15;

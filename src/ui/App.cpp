@@ -1,6 +1,8 @@
 // The application object and the root screen.
 #include "App.h"
 
+#include "Appearance.h"
+
 #include "ExamView.h"
 #include "HelpView.h"
 #include "HistoryView.h"
@@ -16,6 +18,7 @@
 #include "store/Store.h"
 
 #include <QAction>
+#include <QActionGroup>
 #include <QApplication>
 #include <QButtonGroup>
 #include <QComboBox>
@@ -265,7 +268,7 @@ QWidget* RootView::buildSections()
     m_sidebar = new QButtonGroup(this);
     m_sidebar->setExclusive(true);
     for (const Section& section : sectionTable()) {
-        auto* button = new QPushButton(Icons::icon(section.icon, Theme::teal), section.id, sidebar);
+        auto* button = new QPushButton(Icons::icon(section.icon, Theme::Tone::accent), section.id, sidebar);
         button->setObjectName(QStringLiteral("section-") + QString(section.id).remove(QLatin1Char(' ')));
         button->setProperty("sidebar", true);
         button->setCheckable(true);
@@ -344,6 +347,29 @@ void RootView::buildMenus()
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     quit->setMenuRole(QAction::NoRole);
     connect(quit, &QAction::triggered, qApp, &QApplication::quit, Qt::QueuedConnection);
+}
+
+void RootView::addAppearanceMenu(Appearance& appearance)
+{
+    QMenu* view = menuBar()->addMenu(QStringLiteral("View"));
+    view->setObjectName(QStringLiteral("viewMenu"));
+    QMenu* choices = view->addMenu(QStringLiteral("Appearance"));
+    choices->setObjectName(QStringLiteral("appearanceMenu"));
+    auto* group = new QActionGroup(choices);
+    group->setExclusive(true);
+    for (Appearance::Mode mode : Appearance::modes) {
+        QAction* action = choices->addAction(Appearance::title(mode));
+        action->setObjectName(QStringLiteral("appearance") + Appearance::title(mode));
+        action->setCheckable(true);
+        action->setChecked(appearance.mode() == mode);
+        group->addAction(action);
+        connect(action, &QAction::triggered, &appearance, [&appearance, mode] { appearance.setMode(mode); });
+    }
+    connect(&appearance, &Appearance::modeChanged, group, [group, &appearance] {
+        const QList<QAction*> actions = group->actions();
+        for (qsizetype i = 0; i < actions.size(); ++i)
+            actions[i]->setChecked(Appearance::modes[i] == appearance.mode());
+    });
 }
 
 void RootView::setTab(const QString& tab)
@@ -493,10 +519,11 @@ void RootView::runChecks()
 
 AerowenApp::AerowenApp(QApplication& app)
 {
-    Theme::apply(app);
+    m_appearance = std::make_unique<Appearance>(app);
     app.setQuitOnLastWindowClosed(true);
     m_store = std::make_unique<Store>();
     m_root = std::make_unique<RootView>(*m_store);
+    m_root->addAppearanceMenu(*m_appearance);
     // Quitting saves the draft first, then stops every background check (child processes killed, recognition
     // abandoned, requests aborted) instead of waiting for it, so the process ends within a second.
     connect(&app, &QCoreApplication::aboutToQuit, this, [this] {

@@ -14,6 +14,7 @@ class QMessageBox;
 class QPushButton;
 class QStackedWidget;
 class QTimer;
+class Appearance;
 class ExamView;
 class ResultView;
 class Store;
@@ -42,6 +43,8 @@ public:
 
     // The pool check and then the release check, one after the other (at launch and once a day).
     void runChecks();
+    // The View menu's Appearance choices, checked as the appearance's mode.
+    void addAppearanceMenu(Appearance& appearance);
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -90,6 +93,7 @@ public:
     void handleTerminationSignals();
 
 private:
+    std::unique_ptr<Appearance> m_appearance;
     std::unique_ptr<Store> m_store;
     std::unique_ptr<RootView> m_root;
 };

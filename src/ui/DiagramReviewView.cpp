@@ -54,10 +54,6 @@ DiagramReviewView::DiagramReviewView(Store& store, DiagramReview review, QWidget
     setWindowTitle(demo ? QStringLiteral("Test Diagram Review") : QStringLiteral("Review Diagrams"));
     setModal(true);
     setFixedWidth(760);
-    setStyleSheet(SectionWidgets::sheet() +
-                  QStringLiteral("QDialog#diagramReview { background: #f6f8f9; }"
-                                 "QFrame#sheetFrame, QLabel#cropPreview { background: #ffffff; "
-                                 "border: 1px solid #dde4e6; border-radius: 8px; }"));
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(22, 22, 22, 22);

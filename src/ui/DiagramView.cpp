@@ -58,15 +58,11 @@ DiagramView::DiagramView(Store& store, const QString& file, QWidget* parent) : Q
     auto* area = new QScrollArea(this);
     area->setObjectName(QStringLiteral("diagramArea"));
     area->setAlignment(Qt::AlignCenter);
-    area->setStyleSheet(QStringLiteral("QScrollArea#diagramArea { background: white; border: 1px solid #dde1e4; "
-                                       "border-radius: 8px; } QScrollArea#diagramArea > QWidget > QWidget "
-                                       "{ background: white; }"));
     m_figure = new QLabel(area);
     m_figure->setObjectName(QStringLiteral("diagramFigure"));
     m_figure->setAccessibleName(
         QStringLiteral("Official figure. Visual diagrams require sight or external assistance."));
     m_figure->setAlignment(Qt::AlignCenter);
-    m_figure->setStyleSheet(QStringLiteral("background: white;"));
     area->setWidget(m_figure);
     area->setWidgetResizable(false);
     layout->addWidget(area, 1);

@@ -45,6 +45,8 @@ QLabel* plain(const QString& text, QWidget* parent)
 ExamView::ExamView(Store& store, QWidget* parent) : QWidget(parent), m_store(store)
 {
     setObjectName(QStringLiteral("examView"));
+    // The answer rows' fills and outlines are drawn in the scheme's colours.
+    Theme::whenChanged(this, [this] { refresh(); });
     const auto settings = Settings::open();
     m_size = std::clamp(settings->value(Settings::studyTextSize, Settings::defaultTextSize).toDouble(),
                         Settings::minimumTextSize, Settings::maximumTextSize);
@@ -305,11 +307,11 @@ void ExamView::refresh()
     m_questionId->setText(q.id);
     const bool flagged = s.flags.contains(q.id);
     m_flag->setText(flagged ? QStringLiteral("Flagged") : QStringLiteral("Flag"));
-    m_flag->setIcon(Icons::icon(flagged ? QStringLiteral("flag.fill") : QStringLiteral("flag"), Theme::orange));
+    m_flag->setIcon(Icons::icon(flagged ? QStringLiteral("flag.fill") : QStringLiteral("flag"), Theme::Tone::warning));
     const bool bookmarked = m_store.saved().bookmarks.contains(m_store.key(s.pool, q));
     m_bookmark->setText(bookmarked ? QStringLiteral("Bookmarked") : QStringLiteral("Bookmark"));
     m_bookmark->setIcon(
-        Icons::icon(bookmarked ? QStringLiteral("bookmark.fill") : QStringLiteral("bookmark"), Theme::teal));
+        Icons::icon(bookmarked ? QStringLiteral("bookmark.fill") : QStringLiteral("bookmark"), Theme::Tone::accent));
 
     QFont promptFont = font();
     promptFont.setPointSizeF(m_size);
@@ -339,10 +341,8 @@ void ExamView::refresh()
     m_revealedLine->setVisible(practice && revealed);
     if (practice && revealed && q.correct >= 0 && q.correct < q.answers.size()) {
         const bool right = recorded && *recorded == q.correct;
-        m_revealedIcon->setPixmap(
-            Icons::icon(right ? QStringLiteral("checkmark.circle") : QStringLiteral("xmark.circle"),
-                        right ? Theme::green : Theme::orange)
-                .pixmap(QSize(20, 20), devicePixelRatioF()));
+        Icons::show(m_revealedIcon, right ? QStringLiteral("checkmark.circle") : QStringLiteral("xmark.circle"),
+                    right ? Theme::Tone::success : Theme::Tone::warning, 20);
         m_revealedText->setText(QStringLiteral("Correct answer: ") + letter(q.correct) + QStringLiteral(". ") +
                                 q.answers[q.correct]);
         QFont f = font();
@@ -410,7 +410,8 @@ void ExamView::refreshAnswers(const Question& q, bool revealed, std::optional<qi
         layout->addWidget(row);
         m_answers.append(row);
     }
-    const QColor outline = Theme::withAlpha(Theme::secondaryText, 0.25);
+    const Theme::Colors& colors = Theme::colors();
+    const QColor outline = Theme::withAlpha(colors.secondaryText, 0.25);
     for (qsizetype i = 0; i < m_answers.size(); ++i) {
         CardButton* row = m_answers[i];
         const bool shown = i < q.answers.size();
@@ -418,13 +419,13 @@ void ExamView::refreshAnswers(const Question& q, bool revealed, std::optional<qi
         if (!shown)
             continue;
         const bool chosen = recorded && *recorded == i;
-        QColor fill = Theme::controlBackground;
+        QColor fill = colors.control;
         if (revealed && i == q.correct)
-            fill = Theme::withAlpha(Theme::green, 0.18);
+            fill = Theme::withAlpha(colors.success, 0.18);
         else if (chosen)
-            fill = Theme::withAlpha(Theme::teal, 0.13);
+            fill = Theme::withAlpha(colors.accent, 0.13);
         row->setFill(fill);
-        row->setOutline(chosen ? Theme::teal : outline, 1.0);
+        row->setOutline(chosen ? colors.accent : outline, 1.0);
         row->setEnabled(!revealed);
         row->setAccessibleName(letter(i) + QStringLiteral(". ") + q.answers[i]);
         QFont answerFont = font();
@@ -437,12 +438,10 @@ void ExamView::refreshAnswers(const Question& q, bool revealed, std::optional<qi
         mark->setFont(letterFont);
         text->setFont(answerFont);
         text->setText(q.answers[i]);
-        // Revealed rows stay readable instead of taking the greyed-out look of disabled controls.
-        text->setStyleSheet(QStringLiteral("color: #1d2327;"));
-        mark->setStyleSheet(QStringLiteral("color: #0c7476;"));
+        // Revealed rows keep their text colours (the theme's rules for answer rows) instead of the greyed-out look
+        // of disabled controls.
         if (chosen)
-            tick->setPixmap(Icons::icon(QStringLiteral("checkmark.circle.fill"), Theme::teal)
-                                .pixmap(QSize(20, 20), devicePixelRatioF()));
+            Icons::show(tick, QStringLiteral("checkmark.circle.fill"), Theme::Tone::accent, 20);
         else
             tick->clear();
     }

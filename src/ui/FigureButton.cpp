@@ -1,13 +1,17 @@
 // The figure button.
 #include "FigureButton.h"
 
+#include "Theme.h"
+
 #include <QPainter>
 
 FigureButton::FigureButton(const QImage& image, const QSize& frame, int padding, QWidget* parent)
     : CardButton(parent), m_image(image), m_frame(frame), m_padding(padding)
 {
     setFill(Qt::white);
-    setOutline(QColor(0xdd, 0xe1, 0xe4));
+    // Official figures stay on white in both schemes; the outline follows the scheme.
+    setOutline(Theme::colors().divider);
+    Theme::whenChanged(this, [this] { setOutline(Theme::colors().divider); });
     setRadius(8);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }

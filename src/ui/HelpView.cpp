@@ -24,7 +24,6 @@ QString userGuide()
 
 HelpView::HelpView(Store&, QWidget* parent) : QWidget(parent)
 {
-    setStyleSheet(SectionWidgets::sheet());
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(20, 20, 20, 20);
     layout->setSpacing(12);

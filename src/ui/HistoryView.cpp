@@ -66,11 +66,6 @@ QPushButton* row(const Result& r, QWidget* parent)
 
 HistoryView::HistoryView(Store& store, QWidget* parent) : SectionView(parent), m_store(store)
 {
-    setStyleSheet(SectionWidgets::sheet() +
-                  QStringLiteral("QPushButton[historyRow=\"true\"] { text-align: left; padding: 0; "
-                                 "border-radius: 10px; border-color: #dde4e6; }"
-                                 "QPushButton[historyRow=\"true\"]:hover { border-color: #0f8b8d; "
-                                 "background: #f2f9f9; }"));
     m_layout = new QVBoxLayout(this);
     m_layout->setContentsMargins(16, 16, 16, 16);
     m_layout->setSpacing(12);

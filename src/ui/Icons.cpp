@@ -5,6 +5,7 @@
 #include <QIconEngine>
 #include <QPainter>
 #include <QPainterPath>
+#include <QLabel>
 #include <QPalette>
 #include <QPixmap>
 #include <QtMath>
@@ -212,11 +213,14 @@ void drawSymbol(QPainter& p, const QString& name, const QColor& color)
 class SymbolEngine : public QIconEngine
 {
 public:
-    SymbolEngine(QString name, QColor tint) : m_name(std::move(name)), m_tint(std::move(tint)) {}
+    SymbolEngine(QString name, QColor tint, std::optional<Theme::Tone> tone = std::nullopt)
+        : m_name(std::move(name)), m_tint(std::move(tint)), m_tone(tone)
+    {
+    }
 
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State) override
     {
-        QColor color = m_tint.isValid() ? m_tint : QPalette().color(QPalette::WindowText);
+        QColor color = m_tone ? Theme::color(*m_tone) : m_tint.isValid() ? m_tint : QPalette().color(QPalette::WindowText);
         if (mode == QIcon::Disabled)
             color = QPalette().color(QPalette::Disabled, QPalette::WindowText);
         else if (mode == QIcon::Selected)
@@ -245,12 +249,13 @@ public:
         return pm;
     }
 
-    QIconEngine* clone() const override { return new SymbolEngine(m_name, m_tint); }
+    QIconEngine* clone() const override { return new SymbolEngine(m_name, m_tint, m_tone); }
     QString key() const override { return QStringLiteral("aerowen-symbol"); }
 
 private:
     QString m_name;
     QColor m_tint;
+    std::optional<Theme::Tone> m_tone;
 };
 
 } // namespace
@@ -275,6 +280,27 @@ QIcon icon(const QString& name, const QColor& tint)
             return QIcon::fromTheme(theme);
     }
     return QIcon(new SymbolEngine(name, tint));
+}
+
+QIcon icon(const QString& name, Theme::Tone tone)
+{
+    return QIcon(new SymbolEngine(name, QColor(), tone));
+}
+
+void show(QLabel* label, const QString& name, Theme::Tone tone, int side)
+{
+    label->setProperty("symbol", name);
+    label->setProperty("symbolTone", int(tone));
+    const auto draw = [label, side] {
+        const QString symbol = label->property("symbol").toString();
+        const auto shownTone = Theme::Tone(label->property("symbolTone").toInt());
+        label->setPixmap(icon(symbol, shownTone).pixmap(QSize(side, side), label->devicePixelRatioF()));
+    };
+    draw();
+    if (!label->property("symbolFollowsScheme").toBool()) {
+        label->setProperty("symbolFollowsScheme", true);
+        Theme::whenChanged(label, draw);
+    }
 }
 
 } // namespace Icons

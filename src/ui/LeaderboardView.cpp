@@ -71,7 +71,6 @@ QFrame* board(const Pool& pool, const QList<Result>& entries, QWidget* parent)
 
 LeaderboardView::LeaderboardView(Store& store, QWidget* parent) : SectionView(parent), m_store(store)
 {
-    setStyleSheet(SectionWidgets::sheet());
     m_layout = new QVBoxLayout(this);
     m_layout->setContentsMargins(20, 20, 20, 20);
     m_layout->setSpacing(14);

@@ -72,6 +72,8 @@ QString LearnView::poolEntry(const Pool& pool, const QString& today)
 LearnView::LearnView(Store& store, QWidget* parent) : QWidget(parent), m_store(store)
 {
     setObjectName(QStringLiteral("learnView"));
+    // The pool cards are filled and outlined in the scheme's colours.
+    Theme::whenChanged(this, [this] { refreshCards(); });
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(18);
@@ -286,13 +288,10 @@ void LearnView::buildSetUp(QVBoxLayout* layout)
     auto* warning = new QHBoxLayout(m_warning);
     warning->setContentsMargins(0, 0, 0, 0);
     auto* icon = new QLabel(m_warning);
-    icon->setPixmap(Icons::icon(QStringLiteral("exclamationmark.triangle"), Theme::orange)
-                        .pixmap(QSize(18, 18), devicePixelRatioF()));
+    Icons::show(icon, QStringLiteral("exclamationmark.triangle"), Theme::Tone::warning, 18);
     m_warningText = new QLabel(m_warning);
     m_warningText->setObjectName(QStringLiteral("poolWarningText"));
-    QPalette orange = m_warningText->palette();
-    orange.setColor(QPalette::WindowText, Theme::orange.darker(115));
-    m_warningText->setPalette(orange);
+    Theme::toned(m_warningText, Theme::Tone::warning);
     warning->addWidget(icon);
     warning->addWidget(m_warningText, 1);
     group->addWidget(m_warning);
@@ -368,8 +367,9 @@ void LearnView::refreshCards()
         card->setAccessibleName(p.name);
         card->setRadius(8);
         const bool selected = chosen && chosen->id == p.id;
-        card->setFill(selected ? Theme::withAlpha(Theme::teal, 0.15) : Theme::controlBackground);
-        card->setOutline(selected ? Theme::withAlpha(Theme::teal, 0.55) : QColor(0xdd, 0xe1, 0xe4));
+        const Theme::Colors& colors = Theme::colors();
+        card->setFill(selected ? Theme::withAlpha(colors.accent, 0.15) : colors.control);
+        card->setOutline(selected ? Theme::withAlpha(colors.accent, 0.55) : colors.divider);
         card->setCheckable(false);
         card->setMinimumWidth(190);
         card->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
@@ -405,7 +405,7 @@ void LearnView::refreshCards()
 void LearnView::refreshCompleted()
 {
     m_completedToggle->setIcon(
-        Icons::icon(m_showCompleted ? QStringLiteral("chevron.down") : QStringLiteral("chevron.right"), Theme::teal));
+        Icons::icon(m_showCompleted ? QStringLiteral("chevron.down") : QStringLiteral("chevron.right"), Theme::Tone::accent));
     m_completedPanel->setVisible(m_showCompleted);
     const auto completed = m_store.profile().completedLevels.value_or(QSet<QString>());
     for (int i = 0; i < m_levelSwitches.size(); ++i) {

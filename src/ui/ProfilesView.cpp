@@ -17,7 +17,6 @@ using namespace SectionWidgets;
 
 ProfilesView::ProfilesView(Store& store, QWidget* parent) : SectionView(parent), m_store(store)
 {
-    setStyleSheet(SectionWidgets::sheet());
     m_layout = new QVBoxLayout(this);
     m_layout->setContentsMargins(20, 20, 20, 20);
     m_layout->setSpacing(12);

@@ -72,7 +72,6 @@ QFrame* poolCard(const PoolProgress& progress, QWidget* parent)
 
 ProgressViewPage::ProgressViewPage(Store& store, QWidget* parent) : SectionView(parent), m_store(store)
 {
-    setStyleSheet(SectionWidgets::sheet());
     m_layout = new QVBoxLayout(this);
     m_layout->setContentsMargins(20, 20, 20, 20);
     m_layout->setSpacing(14);

@@ -113,7 +113,7 @@ ResultView::ResultView(Store& store, const Result& result, QWidget* parent)
     percentage->setObjectName(QStringLiteral("percentage"));
     percentage->setFont(Theme::titleFont(percentage, 16, false));
     auto* watch = new QLabel(content);
-    watch->setPixmap(Icons::icon(QStringLiteral("stopwatch"), Theme::teal).pixmap(QSize(18, 18), devicePixelRatioF()));
+    Icons::show(watch, QStringLiteral("stopwatch"), Theme::Tone::accent, 18);
     auto* time = new QLabel(duration(m_result.seconds), content);
     time->setObjectName(QStringLiteral("resultTime"));
     time->setFont(Theme::monospaceFont(13));
@@ -187,9 +187,7 @@ QWidget* ResultView::buildHeader()
     heading->setObjectName(QStringLiteral("resultTitle"));
     heading->setFont(Theme::titleFont(heading, 26));
     if (m_result.session.isExam()) {
-        QPalette p = heading->palette();
-        p.setColor(QPalette::WindowText, m_result.passed() ? Theme::green.darker(115) : Theme::orange.darker(115));
-        heading->setPalette(p);
+        Theme::toned(heading, m_result.passed() ? Theme::Tone::success : Theme::Tone::warning);
     }
     const QString finished =
         QLocale::system().toString(Dates::toDateTime(m_result.finished).toLocalTime(), QLocale::ShortFormat);
@@ -225,8 +223,7 @@ void ResultView::refreshList()
         auto* row = new QHBoxLayout(none);
         row->setContentsMargins(0, 8, 0, 0);
         auto* icon = new QLabel(none);
-        icon->setPixmap(
-            Icons::icon(QStringLiteral("checkmark.seal"), Theme::green).pixmap(QSize(22, 22), devicePixelRatioF()));
+        Icons::show(icon, QStringLiteral("checkmark.seal"), Theme::Tone::success, 22);
         auto* text = new QLabel(QStringLiteral("No incorrect answers. Well done!"), none);
         text->setObjectName(QStringLiteral("noIncorrectText"));
         row->addWidget(icon);
@@ -250,9 +247,7 @@ void ResultView::refreshList()
             Theme::label(QStringLiteral("Your answer: ") + answerText(q, chosen), card, QStringLiteral("yours"));
         auto* correct = Theme::label(QStringLiteral("Correct answer: ") + answerText(q, q.correct), card,
                                      QStringLiteral("correct"));
-        QPalette green = correct->palette();
-        green.setColor(QPalette::WindowText, Theme::green.darker(120));
-        correct->setPalette(green);
+        Theme::toned(correct, Theme::Tone::success);
         column->addWidget(headline);
         column->addWidget(yours);
         column->addWidget(correct);
@@ -271,7 +266,7 @@ void ResultView::refreshList()
             actions->addWidget(view);
         }
         auto* bookmark =
-            new QPushButton(Icons::icon(QStringLiteral("bookmark"), Theme::teal), QStringLiteral("Bookmark"), card);
+            new QPushButton(Icons::icon(QStringLiteral("bookmark"), Theme::Tone::accent), QStringLiteral("Bookmark"), card);
         bookmark->setObjectName(QStringLiteral("bookmark"));
         connect(bookmark, &QPushButton::clicked, this, [this, q] { m_store.toggleBookmark(m_result.session.pool, q); });
         m_bookmarks.append({bookmark, q});
@@ -291,7 +286,7 @@ void ResultView::refreshBookmarks()
         if (!button)
             continue;
         const bool on = bookmarks.contains(m_store.key(m_result.session.pool, question));
-        button->setIcon(Icons::icon(on ? QStringLiteral("bookmark.fill") : QStringLiteral("bookmark"), Theme::teal));
+        button->setIcon(Icons::icon(on ? QStringLiteral("bookmark.fill") : QStringLiteral("bookmark"), Theme::Tone::accent));
         button->setProperty("bookmarked", on);
     }
 }

@@ -2,6 +2,7 @@
 #include "ReviewCanvas.h"
 
 #include "SectionWidgets.h"
+#include "Theme.h"
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -93,10 +94,10 @@ void ReviewCanvas::paintEvent(QPaintEvent*)
         return;
     const QRectF shown(m_selection.x() * size.width(), m_selection.y() * size.height(),
                        m_selection.width() * size.width(), m_selection.height() * size.height());
-    QColor fill = SectionWidgets::teal;
+    QColor fill = Theme::colors().accent;
     fill.setAlphaF(0.15);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setBrush(fill);
-    painter.setPen(QPen(SectionWidgets::teal, 2));
+    painter.setPen(QPen(Theme::colors().accent, 2));
     painter.drawRect(shown);
 }

@@ -13,20 +13,6 @@
 
 namespace SectionWidgets {
 
-QString sheet()
-{
-    // The application's theme styles buttons, fields, cards and progress bars; these rules add what the sections
-    // need on top of it.
-    return QStringLiteral(R"(
-QFrame[card="true"] QLabel { border: none; background: transparent; }
-QLabel[role="note"] { color: #5b6770; }
-QLabel[role="caption"] { color: #6b7780; }
-QPushButton[compact="true"] { padding-left: 4px; padding-right: 4px; }
-QPushButton[destructive="true"] { border-color: #e2b4b0; }
-QPushButton[destructive="true"]:hover { background: #fbeceb; border-color: #b3261e; }
-)");
-}
-
 QLabel* plain(const QString& text, QWidget* parent)
 {
     auto* l = new QLabel(text, parent);
@@ -134,10 +120,10 @@ QIcon personIcon()
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(teal, 2));
+    painter.setPen(QPen(Theme::colors().accent, 2));
     painter.setBrush(Qt::NoBrush);
     painter.drawEllipse(QRectF(2, 2, 28, 28));
-    painter.setBrush(teal);
+    painter.setBrush(Theme::colors().accent);
     painter.setPen(Qt::NoPen);
     painter.drawEllipse(QRectF(11, 7, 10, 10));
     painter.drawChord(QRectF(7, 18, 18, 16), 0, 180 * 16);

@@ -1,4 +1,4 @@
-// Building blocks shared by the section screens: titles, notes, cards, the teal accent and body replacement.
+// Building blocks shared by the section screens: titles, notes, cards and body replacement.
 #pragma once
 
 #include <QColor>
@@ -15,12 +15,6 @@ class QVBoxLayout;
 class QWidget;
 
 namespace SectionWidgets {
-
-// The accent colour of the application.
-inline const QColor teal = QColor(0x0f, 0x8b, 0x8d);
-
-// Style rules a section screen adds to the application's theme: dimmed notes and captions, destructive buttons.
-QString sheet();
 
 // A label whose text is never read as markup: names, prompts and pool texts come from learners and documents.
 QLabel* plain(const QString& text, QWidget* parent);

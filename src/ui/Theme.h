@@ -1,28 +1,62 @@
-// The application's look: Fusion with a light palette, teal accents and the shared style sheet.
+// The application's look: Fusion with a light or dark palette, teal accents and the shared style sheet.
 #pragma once
 
 #include <QColor>
 #include <QFont>
 #include <QString>
+#include <functional>
 
 class QApplication;
-class QWidget;
-
 class QLabel;
+class QObject;
+class QWidget;
 
 namespace Theme {
 
-// The accent of buttons, selections and progress.
-inline const QColor teal = QColor(0x0f, 0x8b, 0x8d);
-inline const QColor green = QColor(0x2e, 0x9e, 0x4f);
-inline const QColor orange = QColor(0xe0, 0x7a, 0x10);
-inline const QColor secondaryText = QColor(0x6b, 0x72, 0x78);
-inline const QColor controlBackground = QColor(0xf4, 0xf5, 0xf6);
+enum class Scheme { light, dark };
+
+// Every colour of the look, for one scheme. Texts keep a contrast of at least 4.5:1 on the backgrounds they are
+// drawn on; official figures are drawn on white in both schemes.
+struct Colors {
+    QColor window;        // the window behind everything
+    QColor surface;       // cards, fields and buttons
+    QColor control;       // answer rows and pool cards
+    QColor text;
+    QColor secondaryText; // captions, notes and counts
+    QColor border;        // buttons and fields
+    QColor divider;       // cards, rules and quiet outlines
+    QColor track;         // the empty part of a progress bar
+    QColor hover, pressed;
+    QColor accent;        // filled buttons, selection and progress
+    QColor accentHover, accentPressed;
+    QColor onAccent;      // text on the accent
+    QColor accentText;    // links, flat buttons and answer letters
+    QColor focus;         // the focus outline of a filled button
+    QColor accentDisabled, onAccentDisabled;
+    QColor success, successText; // a correct answer, a passed exam
+    QColor warning, warningText; // a flagged question, a failed exam, pool warnings
+    QColor destructive, destructiveBorder, destructiveHover;
+    QColor disabledText, disabledSurface;
+};
+
+// The colours of a scheme, and of the one in use.
+const Colors& colors(Scheme scheme);
+const Colors& colors();
+Scheme scheme();
+
+// The meaningful colours icons and marks are drawn in, looked up in the scheme in use when they are drawn.
+enum class Tone { accent, success, warning };
+QColor color(Tone tone);
+
+// Calls refresh after every change of scheme while context lives (for colours a widget keeps itself).
+void whenChanged(QObject* context, std::function<void()> refresh);
 
 // A colour with the given opacity (0 to 1).
 QColor withAlpha(const QColor& color, double opacity);
-// Fusion, the light palette and the style sheet for the whole application.
-void apply(QApplication& app);
+// Fusion, the scheme's palette and the style sheet for the whole application; a change repaints every window.
+void apply(QApplication& app, Scheme scheme = Scheme::light);
+// The application's style sheet in the given colours.
+QString styleSheet(const Colors& colors);
 
 // Fonts relative to the system font, in the sizes the screens use.
 QFont titleFont(QWidget* widget, double points, bool bold = true);
@@ -36,6 +70,8 @@ QString buttonText(const QString& text);
 QString shownText(const QString& buttonTitle);
 // Marks a label as secondary text (dimmed colour).
 void secondary(QWidget* widget);
+// Shows a label's text in a meaningful colour (the success or warning text colour).
+void toned(QWidget* widget, Tone tone);
 // Marks a push button as the prominent (filled teal) one.
 void prominent(QWidget* widget);
 

@@ -48,7 +48,7 @@ QFrame* poolBlock(const Pool& pool, QWidget* parent)
     period->setObjectName(QStringLiteral("poolPeriod"));
     layout->addWidget(period);
     const QUrl url = sourceLink(pool);
-    auto* link = new QLabel(QStringLiteral("<a style=\"color:#0f8b8d\" href=\"%1\">Official NCVEC Source</a>")
+    auto* link = new QLabel(QStringLiteral("<a href=\"%1\">Official NCVEC Source</a>")
                                 .arg(url.toString(QUrl::FullyEncoded).toHtmlEscaped()),
                             frame);
     name(link, QStringLiteral("officialSource"), QStringLiteral("Official NCVEC Source"));
@@ -65,7 +65,6 @@ QFrame* poolBlock(const Pool& pool, QWidget* parent)
 
 UpdatesView::UpdatesView(Store& store, QWidget* parent) : QWidget(parent), m_store(store)
 {
-    setStyleSheet(SectionWidgets::sheet());
     m_layout = new QVBoxLayout(this);
     m_layout->setContentsMargins(20, 20, 20, 20);
     m_layout->setSpacing(12);

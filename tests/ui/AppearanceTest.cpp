@@ -1,0 +1,263 @@
+// The appearance: text contrast of both schemes, the desktop's colour-scheme preference followed over a real D-Bus
+// session bus (a fake settings portal on its own thread), the View menu's choice kept in the settings, and open
+// screens repainted in the new scheme at once. The dark screens are photographed.
+#include "UiHarness.h"
+#include "store/Settings.h"
+#include "ui/Appearance.h"
+#include "ui/CardButton.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVariant>
+#include <QMenu>
+#include <QProcess>
+#include <QThread>
+#include <atomic>
+
+namespace {
+
+double luminance(const QColor& c)
+{
+    const auto channel = [](double v) { return v <= 0.03928 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); };
+    return 0.2126 * channel(c.redF()) + 0.7152 * channel(c.greenF()) + 0.0722 * channel(c.blueF());
+}
+
+double contrast(const QColor& a, const QColor& b)
+{
+    const double first = luminance(a);
+    const double second = luminance(b);
+    return (std::max(first, second) + 0.05) / (std::min(first, second) + 0.05);
+}
+
+// The colour seen where top, with its opacity, is painted over bottom.
+QColor over(const QColor& top, double opacity, const QColor& bottom)
+{
+    const auto mix = [&](double t, double b) { return t * opacity + b * (1 - opacity); };
+    return QColor::fromRgbF(float(mix(top.redF(), bottom.redF())), float(mix(top.greenF(), bottom.greenF())),
+                            float(mix(top.blueF(), bottom.blueF())));
+}
+
+const QString portalService = u"org.freedesktop.portal.Desktop"_s;
+const QString portalPath = u"/org/freedesktop/portal/desktop"_s;
+const QString settingsInterface = u"org.freedesktop.portal.Settings"_s;
+
+} // namespace
+
+// Answers Read as the desktop's settings portal does, the value wrapped in one more variant.
+class FakePortal : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
+
+public:
+    std::atomic<uint> scheme = 0;
+
+public slots:
+    QDBusVariant Read(const QString& group, const QString& key)
+    {
+        const uint value = group == "org.freedesktop.appearance"_L1 && key == "color-scheme"_L1 ? scheme.load() : 0;
+        return QDBusVariant(QVariant::fromValue(QDBusVariant(value)));
+    }
+};
+
+// A session bus of the test's own, with the fake portal answering from another thread (the application reads the
+// preference with a blocking call).
+class PrivateBus
+{
+public:
+    PrivateBus()
+    {
+        m_daemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
+        if (!m_daemon.waitForReadyRead(5000))
+            return;
+        const QString address = QString::fromUtf8(m_daemon.readLine()).trimmed();
+        m_portalSide = std::make_unique<QDBusConnection>(QDBusConnection::connectToBus(address, u"portal"_s));
+        m_appSide = std::make_unique<QDBusConnection>(QDBusConnection::connectToBus(address, u"application"_s));
+        portal.moveToThread(&m_thread);
+        m_thread.start();
+        m_portalSide->registerObject(portalPath, &portal, QDBusConnection::ExportAllSlots);
+        m_portalSide->registerService(portalService);
+    }
+    ~PrivateBus()
+    {
+        QThread* here = QThread::currentThread();
+        QMetaObject::invokeMethod(&portal, [this, here] { portal.moveToThread(here); }, Qt::BlockingQueuedConnection);
+        m_thread.quit();
+        m_thread.wait();
+        m_appSide.reset();
+        m_portalSide.reset();
+        QDBusConnection::disconnectFromBus(u"portal"_s);
+        QDBusConnection::disconnectFromBus(u"application"_s);
+        m_daemon.kill();
+        m_daemon.waitForFinished();
+    }
+    bool up() const { return m_appSide && m_appSide->isConnected() && m_portalSide->isConnected(); }
+    const QDBusConnection& application() const { return *m_appSide; }
+    // The desktop announces a new value of a setting.
+    void announce(const QString& group, const QString& key, uint value)
+    {
+        QDBusMessage signal = QDBusMessage::createSignal(portalPath, settingsInterface, u"SettingChanged"_s);
+        signal << group << key << QVariant::fromValue(QDBusVariant(value));
+        QVERIFY(m_portalSide->send(signal));
+    }
+
+    FakePortal portal;
+
+private:
+    QProcess m_daemon;
+    QThread m_thread;
+    std::unique_ptr<QDBusConnection> m_portalSide;
+    std::unique_ptr<QDBusConnection> m_appSide;
+};
+
+class AppearanceTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup()
+    {
+        Settings::open()->remove(Settings::appearance);
+        Theme::apply(*qApp, Theme::Scheme::light);
+    }
+
+    void textIsReadableInBothSchemes_data()
+    {
+        QTest::addColumn<QColor>("text");
+        QTest::addColumn<QColor>("background");
+        for (const Theme::Scheme scheme : {Theme::Scheme::light, Theme::Scheme::dark}) {
+            const Theme::Colors& c = Theme::colors(scheme);
+            const QByteArray name = scheme == Theme::Scheme::dark ? "dark " : "light ";
+            const QColor chosenRow = over(c.accent, 0.13, c.control);
+            const QColor revealedRow = over(c.success, 0.18, c.control);
+            const QColor selectedCard = over(c.accent, 0.15, c.control);
+            const QList<std::tuple<const char*, QColor, QColor>> pairs{
+                {"text on window", c.text, c.window},
+                {"text on surface", c.text, c.surface},
+                {"text on chosen answer", c.text, chosenRow},
+                {"text on revealed answer", c.text, revealedRow},
+                {"text on selected pool card", c.text, selectedCard},
+                {"secondary on window", c.secondaryText, c.window},
+                {"secondary on surface", c.secondaryText, c.surface},
+                {"secondary on control", c.secondaryText, c.control},
+                {"secondary on selected pool card", c.secondaryText, selectedCard},
+                {"accent text on window", c.accentText, c.window},
+                {"accent text on surface", c.accentText, c.surface},
+                {"answer letter on chosen answer", c.accentText, chosenRow},
+                {"answer letter on revealed answer", c.accentText, revealedRow},
+                {"label on filled button", c.onAccent, c.accent},
+                {"label on hovered filled button", c.onAccent, c.accentHover},
+                {"label on pressed filled button", c.onAccent, c.accentPressed},
+                {"text on hovered button", c.text, c.hover},
+                {"text on pressed button", c.text, c.pressed},
+                {"passed on window", c.successText, c.window},
+                {"passed on card", c.successText, c.surface},
+                {"warning on window", c.warningText, c.window},
+                {"destructive on button", c.destructive, c.surface},
+                {"destructive on hovered button", c.destructive, c.destructiveHover},
+            };
+            for (const auto& [pair, text, background] : pairs)
+                QTest::newRow(QByteArray(name + pair).constData()) << text << background;
+        }
+    }
+
+    void textIsReadableInBothSchemes()
+    {
+        QFETCH(QColor, text);
+        QFETCH(QColor, background);
+        QVERIFY2(contrast(text, background) >= 4.5,
+                 qPrintable(u"%1 on %2: %3"_s.arg(text.name(), background.name()).arg(contrast(text, background))));
+    }
+
+    void systemFollowsTheDesktopAndTheChoiceIsKept()
+    {
+        PrivateBus bus;
+        if (!bus.up())
+            QFAIL("dbus-daemon could not start a session bus");
+        const Theme::Colors& dark = Theme::colors(Theme::Scheme::dark);
+        const Theme::Colors& light = Theme::colors(Theme::Scheme::light);
+        const auto shown = [] { return QApplication::palette().color(QPalette::Window); };
+        Harness h;
+
+        bus.portal.scheme = 1;
+        auto appearance = std::make_unique<Appearance>(*qApp, bus.application());
+        QCOMPARE(appearance->mode(), Appearance::Mode::system);
+        QCOMPARE(shown(), dark.window);
+        QVERIFY(qApp->styleSheet().contains(dark.accent.name()));
+
+        // value announced | scheme shown after it (other settings and groups are not the colour scheme)
+        const QList<std::tuple<QString, QString, uint, QColor>> changes{
+            {u"org.freedesktop.appearance"_s, u"color-scheme"_s, 2, light.window},
+            {u"org.freedesktop.appearance"_s, u"color-scheme"_s, 1, dark.window},
+            {u"org.freedesktop.appearance"_s, u"accent-color"_s, 0, dark.window},
+            {u"org.gnome.desktop.interface"_s, u"color-scheme"_s, 0, dark.window},
+            {u"org.freedesktop.appearance"_s, u"color-scheme"_s, 0, light.window},
+            {u"org.freedesktop.appearance"_s, u"color-scheme"_s, 1, dark.window},
+        };
+        for (const auto& [group, key, value, window] : changes) {
+            bus.announce(group, key, value);
+            QTest::qWait(100);
+            QTRY_COMPARE(shown(), window);
+        }
+
+        // A choice of the learner's holds against the desktop, is kept, and is read back at the next start.
+        RootView& root = *h.root;
+        root.addAppearanceMenu(*appearance);
+        auto* menu = root.findChild<QMenu*>(u"appearanceMenu"_s);
+        QStringList titles;
+        for (QAction* action : menu->actions())
+            titles << action->text() + (action->isChecked() ? u"*"_s : QString());
+        QCOMPARE(titles, (QStringList{u"System*"_s, u"Light"_s, u"Dark"_s}));
+        root.findChild<QAction*>(u"appearanceLight"_s)->trigger();
+        QCOMPARE(shown(), light.window);
+        QCOMPARE(Settings::open()->value(Settings::appearance).toString(), u"light"_s);
+        bus.announce(u"org.freedesktop.appearance"_s, u"color-scheme"_s, 1);
+        QTest::qWait(150);
+        QCOMPARE(shown(), light.window);
+        appearance->setMode(Appearance::Mode::dark);
+        QVERIFY(root.findChild<QAction*>(u"appearanceDark"_s)->isChecked());
+        QVERIFY(!root.findChild<QAction*>(u"appearanceLight"_s)->isChecked());
+
+        bus.portal.scheme = 2;
+        appearance = std::make_unique<Appearance>(*qApp, bus.application());
+        QCOMPARE(appearance->mode(), Appearance::Mode::dark);
+        QCOMPARE(shown(), dark.window);
+        // Without a desktop to ask, System is light.
+        appearance->setMode(Appearance::Mode::system);
+        Appearance alone(*qApp, QDBusConnection(u"no bus"_s));
+        QCOMPARE(shown(), light.window);
+    }
+
+    void openScreensTakeTheNewSchemeAtOnce()
+    {
+        Harness h;
+        const Theme::Colors& dark = Theme::colors(Theme::Scheme::dark);
+        Theme::apply(*qApp, Theme::Scheme::dark);
+        screenshot(*h.root, u"dark-learn"_s);
+        CardButton* card = nullptr;
+        for (auto* each : h.root->findChildren<CardButton*>())
+            if (each->objectName().startsWith("poolCard-"_L1) && each->isVisible())
+                card = each;
+        QVERIFY(card);
+        QCOMPARE(card->outline(), dark.divider);
+        h.startFromLearn(u"Study All"_s, u"Ada"_s);
+        Theme::apply(*qApp, Theme::Scheme::light);
+        h.store->answer(1);
+        Theme::apply(*qApp, Theme::Scheme::dark);
+        screenshot(*h.root, u"dark-question"_s);
+        // The rows drawn before the change take the dark scheme's fills: the chosen one the accent over the control.
+        QCOMPARE(h.visible<CardButton>(u"answer-0"_s)->fill(), dark.control);
+        QCOMPARE(h.visible<CardButton>(u"answer-1"_s)->outline(), dark.accent);
+        h.click(u"checkAnswer"_s);
+        screenshot(*h.root, u"dark-question-revealed"_s);
+        h.store->finish();
+        settle();
+        screenshot(*h.root, u"dark-result"_s);
+        h.click(u"resultDone"_s);
+        h.root->setTab(u"Progress"_s);
+        screenshot(*h.root, u"dark-progress"_s);
+    }
+};
+
+AEROWEN_TEST(AppearanceTest)
+#include "AppearanceTest.moc"
