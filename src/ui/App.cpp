@@ -25,7 +25,9 @@
 #include <QDesktopServices>
 #include <QFileDialog>
 #include <QFrame>
+#include <QDialog>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -144,6 +146,7 @@ RootView::RootView(Store& store, QWidget* parent) : QMainWindow(parent), m_store
     setWindowTitle(QStringLiteral("Kestovan Aerowen"));
     setMinimumSize(900, 670);
     resize(1180, 800);
+    qApp->installEventFilter(this);
 
     auto* central = new QWidget(this);
     central->setObjectName(QStringLiteral("root"));
@@ -499,6 +502,22 @@ void RootView::showEvent(QShowEvent* event)
     m_launched = true;
     m_daily->start();
     QTimer::singleShot(0, this, &RootView::runChecks);
+}
+
+bool RootView::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::KeyPress) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        auto* button = qobject_cast<QAbstractButton*>(watched);
+        // Dialogs press their default button on Enter themselves.
+        if (button && (key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) &&
+            key->modifiers() == Qt::NoModifier && button->hasFocus() && button->isEnabled() &&
+            !qobject_cast<QDialog*>(button->window()) && button->window() == window()) {
+            button->click();
+            return true;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void RootView::runChecks()

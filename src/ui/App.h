@@ -48,6 +48,8 @@ public:
 
 protected:
     void showEvent(QShowEvent* event) override;
+    // Enter presses the focused button or card, as Space does.
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     QWidget* buildHeader();

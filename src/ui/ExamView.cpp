@@ -6,6 +6,7 @@
 #include "DiagramView.h"
 #include "FigureButton.h"
 #include "Icons.h"
+#include "SectionWidgets.h"
 #include "Theme.h"
 #include "store/Results.h"
 #include "store/Settings.h"
@@ -383,6 +384,7 @@ void ExamView::refresh()
 void ExamView::refreshAnswers(const Question& q, bool revealed, std::optional<qint64> recorded)
 {
     auto* layout = static_cast<QVBoxLayout*>(m_answerBox->layout());
+    const qsizetype made = m_answers.size();
     while (m_answers.size() < q.answers.size()) {
         const qsizetype i = m_answers.size();
         auto* row = new CardButton(m_answerBox);
@@ -410,6 +412,9 @@ void ExamView::refreshAnswers(const Question& q, bool revealed, std::optional<qi
         layout->addWidget(row);
         m_answers.append(row);
     }
+    // Rows made now stand between the figure and Check Answer on the screen and in the Tab order.
+    if (m_answers.size() > made)
+        SectionWidgets::focusBefore(m_check, QList<QWidget*>(m_answers.cbegin(), m_answers.cend()));
     const Theme::Colors& colors = Theme::colors();
     const QColor outline = Theme::withAlpha(colors.secondaryText, 0.25);
     for (qsizetype i = 0; i < m_answers.size(); ++i) {

@@ -4,10 +4,12 @@
 #include "CardButton.h"
 #include "Confirm.h"
 #include "Icons.h"
+#include "SectionWidgets.h"
 #include "Theme.h"
 #include "store/Results.h"
 #include "store/Store.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFrame>
@@ -30,8 +32,11 @@ QLabel* caption(const QString& text, QWidget* parent, const QString& objectName 
 void clearLayout(QLayout* layout)
 {
     while (QLayoutItem* item = layout->takeAt(0)) {
-        if (QWidget* w = item->widget())
+        // Hidden at once: a widget waiting for deletion would still be painted under its replacement.
+        if (QWidget* w = item->widget()) {
+            w->hide();
             w->deleteLater();
+        }
         delete item;
     }
 }
@@ -356,15 +361,21 @@ void LearnView::refresh()
 
 void LearnView::refreshCards()
 {
+    const QWidget* focused = QApplication::focusWidget();
+    const QString focusedCard = focused && isAncestorOf(focused) ? focused->objectName() : QString();
     clearLayout(m_cards);
     const QString today = Dates::today();
     const std::optional<Pool> chosen = pool();
+    QList<QWidget*> cards;
     for (const Pool& p : m_store.studyPools()) {
         if (!p.current(today))
             continue;
         auto* card = new CardButton(this);
         card->setObjectName(QStringLiteral("poolCard-") + p.id);
         card->setAccessibleName(p.name);
+        card->setAccessibleDescription(QString::number(p.questions.size()) + QStringLiteral(" questions, exam ") +
+                                       QString::number(p.examCount) + QStringLiteral(", pass ") +
+                                       QString::number(p.passCount));
         card->setRadius(8);
         const bool selected = chosen && chosen->id == p.id;
         const Theme::Colors& colors = Theme::colors();
@@ -398,8 +409,16 @@ void LearnView::refreshCards()
             refresh();
         });
         m_cards->addWidget(card);
+        card->show(); // now, not after the layout's queued showing: the old cards are already hidden
+        cards.append(card);
     }
     m_cards->addStretch(1);
+    // The cards come first on the screen, so they come first in the Tab order too; the one that had the keyboard
+    // (pressed with Enter or Space) keeps it.
+    SectionWidgets::focusBefore(m_completedToggle, cards);
+    for (QWidget* card : cards)
+        if (card->objectName() == focusedCard)
+            card->setFocus(Qt::OtherFocusReason);
 }
 
 void LearnView::refreshCompleted()

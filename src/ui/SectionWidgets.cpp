@@ -130,6 +130,18 @@ QIcon personIcon()
     return QIcon(pixmap);
 }
 
+void focusBefore(QWidget* anchor, const QList<QWidget*>& widgets)
+{
+    QWidget* previous = anchor->previousInFocusChain();
+    while (previous != anchor && (widgets.contains(previous) || previous->focusPolicy() == Qt::NoFocus))
+        previous = previous->previousInFocusChain();
+    for (QWidget* widget : widgets) {
+        QWidget::setTabOrder(previous, widget);
+        previous = widget;
+    }
+    QWidget::setTabOrder(previous, anchor);
+}
+
 void replace(QVBoxLayout* layout, QWidget*& current, QWidget* next)
 {
     int at = -1;

@@ -45,5 +45,8 @@ QIcon personIcon();
 // Swaps the redrawn part of a screen. The old part is detached at once (so lookups see only the new one) and deleted
 // later, because a button inside it may still be emitting the signal that caused the redraw.
 void replace(QVBoxLayout* layout, QWidget*& current, QWidget* next);
+// Puts the widgets, in their order, just before the anchor in the Tab order (for widgets made after the ones they
+// stand before on the screen).
+void focusBefore(QWidget* anchor, const QList<QWidget*>& widgets);
 
 } // namespace SectionWidgets

@@ -129,7 +129,8 @@ private slots:
         Harness h;
         h.startFromLearn(u"Study All"_s, u"Guest"_s);
         auto* check = h.visible<QPushButton>(u"checkAnswer"_s);
-        QVERIFY(!check->isEnabled() && answersInView(h));
+        QVERIFY(!check->isEnabled());
+        QTRY_VERIFY(answersInView(h)); // once the new screen is laid out
         h.visible<QSlider>(u"textSize"_s)->setValue(23);
         const QList<Question> questions = h.store->session()->questions;
         const Question q = questions.first();
@@ -224,7 +225,7 @@ private slots:
         h.store->answer(figured.first().correct);
         h.root->resize(1200, 1180);
         screenshot(*h.root, u"question"_s);
-        QVERIFY(answersInView(h));
+        QTRY_VERIFY(answersInView(h));
         h.store->reveal();
         screenshot(*h.root, u"question-revealed"_s);
         // The figure fits its frame and opens the viewer, 760 points wide at zoom 1.

@@ -1,0 +1,167 @@
+// Access without sight or mouse: every control of every screen has an accessible name, Enter and Space press the
+// focused button or card, and Tab moves through each screen in reading order.
+#include "UiHarness.h"
+#include "ui/DiagramView.h"
+
+#include <QAccessible>
+#include <QScrollArea>
+
+namespace {
+
+const QSet<QAccessible::Role> controls{QAccessible::PushButton,   QAccessible::CheckBox,       QAccessible::RadioButton,
+                                       QAccessible::EditableText, QAccessible::Slider,         QAccessible::List,
+                                       QAccessible::ComboBox,     QAccessible::SpinBox,        QAccessible::ButtonMenu,
+                                       QAccessible::ButtonDropDown, QAccessible::ButtonDropGrid, QAccessible::Table};
+
+// The visible controls under the interface that have no name, as "role objectName".
+void unnamed(QAccessibleInterface* node, QStringList& found, int depth = 0)
+{
+    if (!node || depth > 60 || node->state().invisible)
+        return;
+    // A name says what the control is: a field, picker or slider needs a name or a label of its own, since on this
+    // platform a picker's name is the entry it shows.
+    const QSet<QAccessible::Role> holding{QAccessible::EditableText, QAccessible::Slider, QAccessible::ComboBox,
+                                          QAccessible::SpinBox};
+    auto* widget = qobject_cast<QWidget*>(node->object());
+    const bool said = holding.contains(node->role())
+                          ? (widget && !widget->accessibleName().isEmpty()) ||
+                                !node->relations(QAccessible::Labelled).isEmpty()
+                          : !node->text(QAccessible::Name).trimmed().isEmpty();
+    if (controls.contains(node->role()) && !said) {
+        QObject* object = node->object();
+        found << u"%1 %2"_s.arg(int(node->role())).arg(object ? object->objectName() + u' ' +
+                                                                     object->metaObject()->className()
+                                                                : u"?"_s);
+    }
+    for (int i = 0; i < node->childCount(); ++i)
+        unnamed(node->child(i), found, depth + 1);
+}
+
+QStringList unnamedIn(QWidget* window)
+{
+    QStringList found;
+    unnamed(QAccessible::queryAccessibleInterface(window), found);
+    return found;
+}
+
+} // namespace
+
+class AccessibilityTest : public QObject
+{
+    Q_OBJECT
+
+    // Ada has passed an exam; Ben has studied. Every section then shows its rows.
+    static void record(Harness& h)
+    {
+        for (const QString& name : {u"Ada"_s, u"Ben"_s}) {
+            h.store->addProfile(name);
+            h.store->begin(h.store->studyPools().first(), u"Exam"_s, name, false, QString());
+            for (qsizetype i = 0; i < h.store->session()->questions.size(); ++i) {
+                h.store->move(i);
+                h.store->answer(h.store->session()->questions.at(i).correct);
+            }
+            h.now += 600;
+            h.store->finish();
+            settle();
+            h.click(u"resultDone"_s);
+        }
+    }
+
+private slots:
+    void everyControlOfEveryScreenHasAName()
+    {
+        Harness h;
+        record(h);
+        QStringList missing;
+        const auto check = [&](const QString& screen, QWidget* window) {
+            settle();
+            for (const QString& control : unnamedIn(window))
+                missing << screen + u": "_s + control;
+        };
+        for (const QString& tab : RootView::sections()) {
+            h.root->setTab(tab);
+            check(tab, h.root.get());
+        }
+        h.startFromLearn(u"Study All"_s, u"Ada"_s);
+        check(u"question"_s, h.root.get());
+        h.store->answer(0);
+        h.click(u"checkAnswer"_s);
+        check(u"revealed question"_s, h.root.get());
+        for (qsizetype i = 0; i < h.store->session()->questions.size(); ++i) {
+            if (h.store->diagramFile(h.store->session()->questions.at(i))) {
+                h.store->move(i);
+                break;
+            }
+        }
+        settle();
+        h.click(u"figure"_s);
+        for (QWidget* window : QApplication::topLevelWidgets())
+            if (qobject_cast<DiagramView*>(window) && window->isVisible()) {
+                check(u"diagram"_s, window);
+                window->close();
+            }
+        h.store->finish();
+        settle();
+        check(u"result"_s, h.root.get());
+        QVERIFY2(missing.isEmpty(), qPrintable(missing.join(u"\n"_s)));
+    }
+
+    void enterAndSpacePressTheFocusedButtonOrCard_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::newRow("Enter") << int(Qt::Key_Return);
+        QTest::newRow("keypad Enter") << int(Qt::Key_Enter);
+        QTest::newRow("Space") << int(Qt::Key_Space);
+    }
+
+    void enterAndSpacePressTheFocusedButtonOrCard()
+    {
+        QFETCH(int, key);
+        Harness h;
+        h.root->setTab(u"Learn"_s);
+        type(h.visible<QLineEdit>(u"profileName"_s), u"Ada"_s);
+        QVERIFY(h.tabTo(h.visible(u"start"_s)));
+        h.key(Qt::Key(key));
+        QCOMPARE(h.body(), u"examView"_s);
+        QVERIFY(h.tabTo(h.visible(u"answer-2"_s)));
+        h.key(Qt::Key(key));
+        QCOMPARE(h.store->session()->answers.value(h.store->session()->questions.first().id, -1), 2);
+        QVERIFY(h.tabTo(h.visible(u"checkAnswer"_s)));
+        h.key(Qt::Key(key));
+        QVERIFY(h.store->session()->revealed.contains(h.store->session()->questions.first().id));
+    }
+
+    void tabFollowsTheReadingOrder()
+    {
+        Harness h;
+        h.root->setTab(u"Learn"_s);
+        const auto order = [&](const QString& screen) {
+            // Each stop lies below the previous one, or on its line and to its right; after the last the first
+            // comes again.
+            QWidget* first = QApplication::focusWidget();
+            QWidget* previous = first;
+            for (int i = 0; i < 80; ++i) {
+                h.key(Qt::Key_Tab);
+                QWidget* next = QApplication::focusWidget();
+                if (next == first)
+                    return;
+                const QRect a(previous->mapTo(h.root.get(), QPoint()), previous->size());
+                const QRect b(next->mapTo(h.root.get(), QPoint()), next->size());
+                const bool sameLine = b.top() < a.bottom() && a.top() < b.bottom();
+                QVERIFY2(previous->isAncestorOf(next) ||
+                             (sameLine ? b.left() >= a.right() : b.top() >= a.bottom() || b.left() >= a.right()),
+                         qPrintable(screen + u": "_s + previous->objectName() + u" then "_s + next->objectName()));
+                previous = next;
+            }
+            QFAIL(qPrintable(screen + u": Tab never came back to the first stop"_s));
+        };
+        h.visible(u"profilePicker"_s)->setFocus();
+        order(u"Learn"_s);
+        h.startFromLearn(u"Study All"_s, u"Ada"_s);
+        h.visible(u"leave"_s)->setFocus();
+        order(u"question"_s);
+    }
+};
+
+AEROWEN_TEST(AccessibilityTest)
+#include "AccessibilityTest.moc"
