@@ -12,6 +12,7 @@
 #include "store/Settings.h"
 #include "store/Store.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
@@ -27,7 +28,14 @@
 namespace {
 
 constexpr int maxKeys = 4;
+// The largest figure on the question screen; it shrinks to leave the answers room (and is never enlarged).
 const QSize figureFrame(560, 340);
+// Beside the answers, the figure takes at most half of the width and never less than this.
+constexpr int minimumFigureWidth = 280;
+constexpr int smallestFigureHeight = 160;
+constexpr int figureGap = 16;
+constexpr int questionMargin = 24;
+constexpr int figurePadding = 8;
 
 QString letter(qsizetype position)
 {
@@ -87,6 +95,7 @@ ExamView::ExamView(Store& store, QWidget* parent) : QWidget(parent), m_store(sto
     m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_scroll->setFrameShape(QFrame::NoFrame);
     m_scroll->setWidget(buildQuestion());
+    m_scroll->viewport()->installEventFilter(this);
     layout->addWidget(m_scroll, 1);
     layout->addWidget(buildNavigation());
 
@@ -158,7 +167,7 @@ QWidget* ExamView::buildQuestion()
     auto* content = new QWidget(m_scroll);
     content->setObjectName(QStringLiteral("questionContent"));
     auto* column = new QVBoxLayout(content);
-    column->setContentsMargins(24, 24, 24, 24);
+    column->setContentsMargins(questionMargin, questionMargin, questionMargin, questionMargin);
     column->setSpacing(14);
 
     auto* idRow = new QHBoxLayout();
@@ -191,21 +200,31 @@ QWidget* ExamView::buildQuestion()
     m_prompt->setCursor(Qt::IBeamCursor);
     column->addWidget(m_prompt);
 
-    m_figure = new FigureButton(QImage(), figureFrame, 8, content);
+    // The figure with its caption, and the answers: side by side, or one above the other (see fitFigure).
+    m_figureRow = new QBoxLayout(QBoxLayout::LeftToRight);
+    m_figureRow->setSpacing(figureGap);
+    m_figureColumn = new QWidget(content);
+    auto* figureColumn = new QVBoxLayout(m_figureColumn);
+    figureColumn->setContentsMargins(0, 0, 0, 0);
+    figureColumn->setSpacing(6);
+    m_figure = new FigureButton(QImage(), figureFrame, figurePadding, m_figureColumn);
     m_figure->setObjectName(QStringLiteral("figure"));
     connect(m_figure, &FigureButton::clicked, this, [this] { enlarge(m_figureFile); });
-    column->addWidget(m_figure);
-    m_figureCaption = new QLabel(QStringLiteral("Click the diagram to enlarge it."), content);
+    figureColumn->addWidget(m_figure);
+    m_figureCaption = new QLabel(QStringLiteral("Click the diagram to enlarge it."), m_figureColumn);
     m_figureCaption->setObjectName(QStringLiteral("figureCaption"));
     m_figureCaption->setFont(Theme::captionFont(m_figureCaption));
     Theme::secondary(m_figureCaption);
-    column->addWidget(m_figureCaption);
+    figureColumn->addWidget(m_figureCaption);
+    figureColumn->addStretch(1);
+    m_figureRow->addWidget(m_figureColumn, 0, Qt::AlignTop);
 
     m_answerBox = new QWidget(content);
     auto* answers = new QVBoxLayout(m_answerBox);
-    answers->setContentsMargins(0, 4, 0, 0);
+    answers->setContentsMargins(0, 0, 0, 0);
     answers->setSpacing(10);
-    column->addWidget(m_answerBox);
+    m_figureRow->addWidget(m_answerBox, 1, Qt::AlignTop);
+    column->addLayout(m_figureRow);
 
     auto* checkRow = new QHBoxLayout();
     m_check = new QPushButton(QStringLiteral("Check Answer"), content);
@@ -328,13 +347,13 @@ void ExamView::refresh()
         if (file)
             image = m_store.image(*file);
         m_figureFile = image ? *file : QString();
-        m_figure->setVisible(image.has_value());
-        m_figureCaption->setVisible(image.has_value());
+        m_figureColumn->setVisible(image.has_value());
         m_figure->setImage(image.value_or(QImage()));
         m_figure->setAccessibleName(image ? QStringLiteral("Enlarge official diagram for ") + q.id : QString());
     }
 
     refreshAnswers(q, revealed, recorded);
+    fitFigure();
 
     const bool practice = !s.isExam();
     m_check->setVisible(practice && !revealed);
@@ -429,9 +448,14 @@ void ExamView::refreshAnswers(const Question& q, bool revealed, std::optional<qi
             fill = Theme::withAlpha(colors.success, 0.18);
         else if (chosen)
             fill = Theme::withAlpha(colors.accent, 0.13);
+        // A checked wrong answer is outlined in orange; the correct row keeps its green.
+        const bool wrong = revealed && chosen && i != q.correct;
         row->setFill(fill);
-        row->setOutline(chosen ? colors.accent : outline, 1.0);
-        row->setEnabled(!revealed);
+        row->setOutline(wrong ? colors.warning : chosen ? colors.accent : outline, wrong ? 2.0 : 1.0);
+        // A checked answer is final: its rows take no click or focus, but keep their colours and marks instead of
+        // the greyed-out look of disabled controls.
+        row->setAttribute(Qt::WA_TransparentForMouseEvents, revealed);
+        row->setFocusPolicy(revealed ? Qt::NoFocus : Qt::StrongFocus);
         row->setAccessibleName(letter(i) + QStringLiteral(". ") + q.answers[i]);
         QFont answerFont = font();
         answerFont.setPointSizeF(m_size);
@@ -443,15 +467,43 @@ void ExamView::refreshAnswers(const Question& q, bool revealed, std::optional<qi
         mark->setFont(letterFont);
         text->setFont(answerFont);
         text->setText(q.answers[i]);
-        // Revealed rows keep their text colours (the theme's rules for answer rows) instead of the greyed-out look
-        // of disabled controls.
-        if (chosen)
+        if (wrong)
+            Icons::show(tick, QStringLiteral("xmark.circle.fill"), Theme::Tone::warning, 20);
+        else if (chosen)
             Icons::show(tick, QStringLiteral("checkmark.circle.fill"), Theme::Tone::accent, 20);
         else
             tick->clear();
     }
     for (int i = 0; i < m_keys.size(); ++i)
         m_keys[i]->setEnabled(i < q.answers.size() && !revealed);
+}
+
+bool ExamView::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::Resize && watched == m_scroll->viewport())
+        fitFigure();
+    return QWidget::eventFilter(watched, event);
+}
+
+void ExamView::fitFigure()
+{
+    const QSize room = m_scroll->viewport()->size() - QSize(2 * questionMargin, 2 * questionMargin) -
+                       QSize(2 * figurePadding, 2 * figurePadding);
+    const bool beside = room.width() >= 2 * minimumFigureWidth + figureGap;
+    m_figureRow->setDirection(beside ? QBoxLayout::LeftToRight : QBoxLayout::TopToBottom);
+    // What stands above the figure: the question number row and the prompt.
+    const int above = m_questionId->sizeHint().height() + m_prompt->heightForWidth(room.width()) + 2 * 14;
+    QSize frame = figureFrame;
+    if (beside) {
+        frame.setWidth(std::min(figureFrame.width(), (room.width() - figureGap) / 2));
+        frame.setHeight(std::min(figureFrame.height(), room.height() - above - m_figureCaption->sizeHint().height()));
+    } else {
+        frame.setWidth(std::min(figureFrame.width(), room.width()));
+        const int answers = m_answerBox->layout()->totalHeightForWidth(room.width());
+        frame.setHeight(std::min(figureFrame.height(), room.height() - above - answers));
+    }
+    frame.setHeight(std::max(frame.height(), smallestFigureHeight));
+    m_figure->setFrame(frame);
 }
 
 void ExamView::refreshTime()

@@ -8,6 +8,7 @@
 class CardButton;
 class DiagramView;
 class FigureButton;
+class QBoxLayout;
 class QLabel;
 class QMenu;
 class QProgressBar;
@@ -43,6 +44,9 @@ private:
     void refreshTime();
     void setTextSize(double size);
     void enlarge(const QString& file);
+    // Places the figure beside the answers when the width allows, else above them, scaled down to leave them room.
+    void fitFigure();
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
     Store& m_store;
     double m_size = 18;
@@ -67,6 +71,8 @@ private:
     QString m_figureFile;
     QString m_figureQuestion;
     QWidget* m_answerBox = nullptr;
+    QWidget* m_figureColumn = nullptr;
+    QBoxLayout* m_figureRow = nullptr;
     QList<CardButton*> m_answers;
     QList<QShortcut*> m_keys;
     QPushButton* m_check = nullptr;

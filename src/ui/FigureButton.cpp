@@ -23,10 +23,28 @@ void FigureButton::setImage(const QImage& image)
     update();
 }
 
+void FigureButton::setFrame(const QSize& frame)
+{
+    if (frame == m_frame)
+        return;
+    m_frame = frame;
+    updateGeometry();
+    update();
+}
+
+QSize FigureButton::fitted() const
+{
+    if (m_image.isNull())
+        return m_frame;
+    const QSize own = m_image.deviceIndependentSize().toSize();
+    return own.width() <= m_frame.width() && own.height() <= m_frame.height()
+               ? own
+               : own.scaled(m_frame, Qt::KeepAspectRatio);
+}
+
 QSize FigureButton::sizeHint() const
 {
-    QSize fitted = m_image.isNull() ? m_frame : m_image.size().scaled(m_frame, Qt::KeepAspectRatio);
-    return fitted + QSize(2 * m_padding, 2 * m_padding);
+    return fitted() + QSize(2 * m_padding, 2 * m_padding);
 }
 
 void FigureButton::paintEvent(QPaintEvent* event)
@@ -38,8 +56,8 @@ void FigureButton::paintEvent(QPaintEvent* event)
     p.setRenderHint(QPainter::SmoothPixmapTransform);
     p.setRenderHint(QPainter::Antialiasing);
     const QRect inner = rect().adjusted(m_padding, m_padding, -m_padding, -m_padding);
-    QSize fitted = m_image.size().scaled(inner.size(), Qt::KeepAspectRatio);
-    const QRect target(inner.x() + (inner.width() - fitted.width()) / 2,
-                       inner.y() + (inner.height() - fitted.height()) / 2, fitted.width(), fitted.height());
+    const QSize shown = fitted().scaled(inner.size(), Qt::KeepAspectRatio).boundedTo(fitted());
+    const QRect target(inner.x() + (inner.width() - shown.width()) / 2,
+                       inner.y() + (inner.height() - shown.height()) / 2, shown.width(), shown.height());
     p.drawImage(target, m_image);
 }

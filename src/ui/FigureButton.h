@@ -1,4 +1,4 @@
-// The official figure of a question as a button: the image fitted into its frame on white, rounded.
+// The official figure of a question as a button: the image fitted into its frame (never enlarged) on white, rounded.
 #pragma once
 
 #include "CardButton.h"
@@ -14,6 +14,11 @@ public:
     FigureButton(const QImage& image, const QSize& frame, int padding, QWidget* parent = nullptr);
 
     void setImage(const QImage& image);
+    // The largest area the image may take; smaller images keep their own size (a figure is never enlarged here).
+    void setFrame(const QSize& frame);
+    QSize frame() const { return m_frame; }
+    // The size the image is shown at within the frame.
+    QSize fitted() const;
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
     bool hasHeightForWidth() const override { return false; }

@@ -49,6 +49,7 @@ const QStringList drawnNames = {
     QStringLiteral("checkmark.circle"),
     QStringLiteral("checkmark.circle.fill"),
     QStringLiteral("xmark.circle"),
+    QStringLiteral("xmark.circle.fill"),
     QStringLiteral("exclamationmark.triangle"),
     QStringLiteral("stopwatch"),
     QStringLiteral("checkmark.seal"),
@@ -180,6 +181,13 @@ void drawSymbol(QPainter& p, const QString& name, const QColor& color)
         check(Qt::white);
     } else if (name == QLatin1StringView("xmark.circle")) {
         p.drawEllipse(circle);
+        p.drawLine(QPointF(8.8, 8.8), QPointF(15.2, 15.2));
+        p.drawLine(QPointF(15.2, 8.8), QPointF(8.8, 15.2));
+    } else if (name == QLatin1StringView("xmark.circle.fill")) {
+        p.setBrush(color);
+        p.setPen(Qt::NoPen);
+        p.drawEllipse(circle);
+        p.setPen(QPen(Qt::white, 2.0, Qt::SolidLine, Qt::RoundCap));
         p.drawLine(QPointF(8.8, 8.8), QPointF(15.2, 15.2));
         p.drawLine(QPointF(15.2, 8.8), QPointF(8.8, 15.2));
     } else if (name == QLatin1StringView("exclamationmark.triangle")) {

@@ -4,6 +4,7 @@
 // review, and the open session saved when a signal ends the application. Every screen is photographed.
 #include "UiHarness.h"
 #include "store/Settings.h"
+#include "ui/CardButton.h"
 #include "ui/DiagramReviewView.h"
 #include "ui/DiagramView.h"
 #include "ui/HelpView.h"
@@ -138,9 +139,15 @@ private slots:
         h.click(u"checkAnswer"_s);
         QCOMPARE(h.shown({u"checkAnswer"_s, u"revealedText"_s}),
                  QString(u"- | Correct answer: "_s + QChar(char16_t(65 + q.correct)) + u". "_s + q.answers[q.correct]));
-        for (int i = 0; i < 4; ++i)
-            QVERIFY(!h.visible(u"answer-%1"_s.arg(i))->isEnabled());
-        h.key(Qt::Key(Qt::Key_A + q.correct)); // the keys do nothing on a revealed question
+        // The checked wrong answer is outlined in orange with a cross; clicks and keys no longer change it.
+        const QString wrong = u"answer-%1"_s.arg((q.correct + 1) % 4);
+        QCOMPARE(h.visible<CardButton>(wrong)->outline(), Theme::colors().warning);
+        QCOMPARE(h.visible(wrong)->findChild<QLabel*>(u"tick"_s)->property("symbol"), u"xmark.circle.fill"_s);
+        for (int i = 0; i < 4; ++i) {
+            QTest::mouseClick(h.visible(u"answer-%1"_s.arg(i)), Qt::LeftButton);
+            QCOMPARE(h.visible(u"answer-%1"_s.arg(i))->focusPolicy(), Qt::NoFocus);
+        }
+        h.key(Qt::Key(Qt::Key_A + q.correct));
         QCOMPARE(h.store->session()->answers.value(q.id), (q.correct + 1) % 4);
 
         h.click(u"next"_s);
@@ -223,9 +230,13 @@ private slots:
         }
         h.store->begin(pool, u"Study All"_s, u"Ada"_s, false, QString(), figured);
         h.store->answer(figured.first().correct);
-        h.root->resize(1200, 1180);
+        // From the default window size up, the prompt, the figure and all four answers show without scrolling.
+        for (const QSize size : {QSize(1180, 800), QSize(1400, 1000), QSize(1200, 1180)}) {
+            h.root->resize(size);
+            QTRY_VERIFY2(answersInView(h), qPrintable(u"%1 x %2"_s.arg(size.width()).arg(size.height())));
+            QVERIFY(h.visible(u"figure"_s)->visibleRegion().boundingRect() == h.visible(u"figure"_s)->rect());
+        }
         screenshot(*h.root, u"question"_s);
-        QTRY_VERIFY(answersInView(h));
         h.store->reveal();
         screenshot(*h.root, u"question-revealed"_s);
         // The figure fits its frame and opens the viewer, 760 points wide at zoom 1.
