@@ -12,10 +12,14 @@
 #include "store/Settings.h"
 #include "store/Store.h"
 
+#include <QApplication>
 #include <QEvent>
 #include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QScreen>
 #include <QLabel>
-#include <QMenu>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScrollArea>
@@ -277,9 +281,9 @@ QWidget* ExamView::buildNavigation()
     });
     m_jump = new QPushButton(QStringLiteral("Jump To"), nav);
     m_jump->setObjectName(QStringLiteral("jumpTo"));
-    m_jumpMenu = new QMenu(m_jump);
-    m_jumpMenu->setObjectName(QStringLiteral("jumpMenu"));
-    m_jump->setMenu(m_jumpMenu);
+    m_jump->setIcon(Icons::icon(QStringLiteral("chevron.down")));
+    m_jump->setLayoutDirection(Qt::RightToLeft); // the chevron after the title
+    connect(m_jump, &QPushButton::clicked, this, &ExamView::showJumpList);
     m_counts = new QLabel(nav);
     m_counts->setObjectName(QStringLiteral("counts"));
     Theme::secondary(m_counts);
@@ -372,21 +376,9 @@ void ExamView::refresh()
 
     m_previous->setEnabled(index > 0);
     m_next->setEnabled(index < s.questions.size() - 1);
-    m_jumpMenu->clear();
     qint64 unanswered = 0;
-    for (qsizetype i = 0; i < s.questions.size(); ++i) {
-        const Question& each = s.questions[i];
-        QString entry = QString::number(i + 1) + QStringLiteral(". ") + each.id;
-        if (s.flags.contains(each.id))
-            entry += QStringLiteral(" ⚑");
-        if (!s.answers.contains(each.id)) {
-            entry += QStringLiteral(" — unanswered");
-            ++unanswered;
-        }
-        QAction* action = m_jumpMenu->addAction(entry);
-        action->setObjectName(QStringLiteral("jump-") + QString::number(i));
-        connect(action, &QAction::triggered, this, [this, i] { m_store.move(i); });
-    }
+    for (const Question& each : s.questions)
+        unanswered += s.answers.contains(each.id) ? 0 : 1;
     qint64 flags = 0;
     for (const Question& each : s.questions)
         flags += s.flags.contains(each.id) ? 1 : 0;
@@ -478,10 +470,103 @@ void ExamView::refreshAnswers(const Question& q, bool revealed, std::optional<qi
         m_keys[i]->setEnabled(i < q.answers.size() && !revealed);
 }
 
+QStringList ExamView::jumpEntries() const
+{
+    QStringList entries;
+    if (!m_store.session())
+        return entries;
+    const Session& s = *m_store.session();
+    for (qsizetype i = 0; i < s.questions.size(); ++i) {
+        const Question& each = s.questions[i];
+        QString entry = QString::number(i + 1) + QStringLiteral(". ") + each.id;
+        if (s.flags.contains(each.id))
+            entry += QStringLiteral(" ⚑");
+        if (!s.answers.contains(each.id))
+            entry += QStringLiteral(" — unanswered");
+        entries << entry;
+    }
+    return entries;
+}
+
+void ExamView::showJumpList()
+{
+    if (!m_store.session())
+        return;
+    auto* popup = new QFrame(this, Qt::Popup);
+    popup->setObjectName(QStringLiteral("jumpList"));
+    popup->setAttribute(Qt::WA_DeleteOnClose);
+    popup->setFrameShape(QFrame::StyledPanel);
+    auto* layout = new QVBoxLayout(popup);
+    layout->setContentsMargins(8, 8, 8, 8);
+    layout->setSpacing(6);
+    auto* filter = new QLineEdit(popup);
+    filter->setObjectName(QStringLiteral("jumpFilter"));
+    filter->setPlaceholderText(QStringLiteral("Search"));
+    filter->setAccessibleName(QStringLiteral("Search questions"));
+    filter->setClearButtonEnabled(true);
+    auto* list = new QListWidget(popup);
+    list->setObjectName(QStringLiteral("jumpEntries"));
+    list->setAccessibleName(QStringLiteral("Questions"));
+    list->setUniformItemSizes(true);
+    list->addItems(jumpEntries());
+    list->setCurrentRow(int(m_store.session()->index));
+    layout->addWidget(filter);
+    layout->addWidget(list);
+
+    const auto jump = [this, popup, list] {
+        if (QListWidgetItem* item = list->currentItem(); item && !item->isHidden()) {
+            m_store.move(list->row(item));
+            popup->close();
+        }
+    };
+    connect(list, &QListWidget::itemActivated, popup, jump);
+    connect(filter, &QLineEdit::returnPressed, popup, jump);
+    connect(filter, &QLineEdit::textChanged, popup, [list](const QString& text) {
+        QListWidgetItem* first = nullptr;
+        for (int i = 0; i < list->count(); ++i) {
+            QListWidgetItem* item = list->item(i);
+            item->setHidden(!item->text().contains(text.trimmed(), Qt::CaseInsensitive));
+            if (!first && !item->isHidden())
+                first = item;
+        }
+        list->setCurrentItem(first);
+    });
+    // Up and Down in the search field move through the list.
+    filter->installEventFilter(this);
+    filter->setProperty("jumpList", QVariant::fromValue<QObject*>(list));
+
+    // As wide as the longest entry, as tall as the entries need but never taller than the screen leaves above the
+    // button (or below it, when there is more room there).
+    const QRect screen = m_jump->screen()->availableGeometry();
+    const QPoint anchor = m_jump->mapToGlobal(QPoint(0, 0));
+    const int width = std::max(list->sizeHintForColumn(0) + list->verticalScrollBar()->sizeHint().width() + 40, 260);
+    const int rowsHeight = list->sizeHintForRow(0) * list->count() + 2 * list->frameWidth();
+    const int chrome = filter->sizeHint().height() + layout->spacing() + 2 * 8 + 4;
+    const int above = anchor.y() - screen.top() - 8;
+    const int below = screen.bottom() - (anchor.y() + m_jump->height()) - 8;
+    const int height = std::min({rowsHeight + chrome, std::max(above, below), screen.height() - 16});
+    popup->resize(std::min(width, screen.width() - 16), height);
+    const int y = std::clamp(above >= height || above >= below ? anchor.y() - height : anchor.y() + m_jump->height(),
+                             screen.top() + 8, screen.bottom() - height - 8);
+    const int x = std::clamp(anchor.x(), screen.left() + 8, screen.right() - popup->width() - 8);
+    popup->move(x, y);
+    popup->show();
+    list->scrollToItem(list->currentItem(), QAbstractItemView::PositionAtCenter);
+    filter->setFocus(Qt::PopupFocusReason);
+}
+
 bool ExamView::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::Resize && watched == m_scroll->viewport())
         fitFigure();
+    if (event->type() == QEvent::KeyPress) {
+        auto* list = qobject_cast<QListWidget*>(watched->property("jumpList").value<QObject*>());
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (list && (key == Qt::Key_Down || key == Qt::Key_Up || key == Qt::Key_PageDown || key == Qt::Key_PageUp)) {
+            QApplication::sendEvent(list, event);
+            return true;
+        }
+    }
     return QWidget::eventFilter(watched, event);
 }
 

@@ -10,7 +10,6 @@ class DiagramView;
 class FigureButton;
 class QBoxLayout;
 class QLabel;
-class QMenu;
 class QProgressBar;
 class QPushButton;
 class QScrollArea;
@@ -44,6 +43,9 @@ private:
     void refreshTime();
     void setTextSize(double size);
     void enlarge(const QString& file);
+    // The session's questions in a list that fits the screen and filters as the learner types.
+    void showJumpList();
+    QStringList jumpEntries() const;
     // Places the figure beside the answers when the width allows, else above them, scaled down to leave them room.
     void fitFigure();
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -82,7 +84,6 @@ private:
     QPushButton* m_previous = nullptr;
     QPushButton* m_next = nullptr;
     QPushButton* m_jump = nullptr;
-    QMenu* m_jumpMenu = nullptr;
     QLabel* m_counts = nullptr;
     QPushButton* m_finish = nullptr;
     QTimer* m_clock = nullptr;

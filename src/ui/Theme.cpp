@@ -136,7 +136,6 @@ QPushButton[prominent="true"]:disabled {
 QPushButton[destructive="true"] { color: {destructive}; border-color: {destructiveBorder}; }
 QPushButton[destructive="true"]:hover { background: {destructiveHover}; border-color: {destructive}; }
 QPushButton[compact="true"] { padding-left: 4px; padding-right: 4px; }
-QPushButton#jumpTo { padding-right: 26px; }
 QPushButton::menu-indicator { subcontrol-origin: padding; subcontrol-position: center right; right: 8px; }
 QPushButton[sidebar="true"] {
     text-align: left;

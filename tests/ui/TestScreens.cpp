@@ -13,6 +13,8 @@
 
 #include <QCheckBox>
 #include <QDesktopServices>
+#include <QListWidget>
+#include <QScreen>
 #include <QScrollArea>
 #include <QSlider>
 #include <QTimer>
@@ -94,6 +96,10 @@ private slots:
         QTest::mouseClick(row->findChild<QPushButton*>(u"resume"_s), Qt::LeftButton);
         settle();
         QCOMPARE(h.store->session()->answers.size(), 2);
+        // From the first paint of a resumed session, the answers are in the learner's text size.
+        for (const char* part : {"text", "letter"})
+            QCOMPARE(QFontInfo(h.visible(u"answer-0"_s)->findChild<QLabel*>(QLatin1StringView(part))->font()).pointSizeF(),
+                     Settings::defaultTextSize);
 
         // Back to the first question, then A–D and → through the rest: five wrong, the last one left unanswered.
         h.key(Qt::Key_Left);
@@ -217,6 +223,41 @@ private slots:
         QCOMPARE(view.findChild<QPushButton*>(u"practiseIncorrect"_s)->isEnabled(), wrong > 0);
         view.findChild<QCheckBox*>(u"onlyWrong"_s)->setChecked(false);
         QCOMPARE(cards(), 35);
+    }
+
+    void jumpListFitsTheScreenAndFindsByTyping()
+    {
+        Harness h;
+        h.startFromLearn(u"Study All"_s, u"Ada"_s);
+        const QList<Question> questions = h.store->session()->questions;
+        const auto open = [&] {
+            h.click(u"jumpTo"_s);
+            auto* popup = QApplication::activePopupWidget();
+            return popup && popup->objectName() == "jumpList"_L1 ? popup : nullptr;
+        };
+        QWidget* popup = open();
+        QVERIFY(popup);
+        QVERIFY(popup->screen()->availableGeometry().contains(popup->geometry()));
+        auto* list = popup->findChild<QListWidget*>(u"jumpEntries"_s);
+        QCOMPARE(list->count(), questions.size());
+        QCOMPARE(list->item(408)->text(), u"409. "_s + questions.last().id + u" — unanswered"_s);
+        // Typing narrows the list to the question searched for; Enter goes there.
+        auto* filter = popup->findChild<QLineEdit*>(u"jumpFilter"_s);
+        QTest::keyClicks(filter, questions.last().id.toLower());
+        qsizetype shown = 0;
+        for (int i = 0; i < list->count(); ++i)
+            shown += list->item(i)->isHidden() ? 0 : 1;
+        QCOMPARE(shown, 1);
+        QTest::keyClick(filter, Qt::Key_Return);
+        QCOMPARE(h.store->session()->index, 408);
+        QVERIFY(!QApplication::activePopupWidget());
+        // The list opens at the question on screen; Up and Down move through it from the search field.
+        popup = open();
+        filter = popup->findChild<QLineEdit*>(u"jumpFilter"_s);
+        QTest::keyClick(filter, Qt::Key_Up);
+        QTest::keyClick(filter, Qt::Key_Up);
+        QTest::keyClick(filter, Qt::Key_Return);
+        QCOMPARE(h.store->session()->index, 406);
     }
 
     void questionDiagramAndResultScreens()
