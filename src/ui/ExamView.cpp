@@ -4,6 +4,7 @@
 #include "CardButton.h"
 #include "Confirm.h"
 #include "DiagramView.h"
+#include "ElidedLabel.h"
 #include "FigureButton.h"
 #include "Icons.h"
 #include "SectionWidgets.h"
@@ -147,7 +148,7 @@ QWidget* ExamView::buildHeader()
     m_title = plain(QString(), header);
     m_title->setObjectName(QStringLiteral("examTitle"));
     m_title->setFont(Theme::titleFont(m_title, 16));
-    m_position = plain(QString(), header);
+    m_position = new ElidedLabel(header);
     m_position->setObjectName(QStringLiteral("examPosition"));
     Theme::secondary(m_position);
     titles->addWidget(m_title);
@@ -318,8 +319,10 @@ void ExamView::refresh()
         s.answers.contains(q.id) ? std::optional<qint64>(s.answers.value(q.id)) : std::nullopt;
 
     m_title->setText(s.pool.name + QStringLiteral(" · ") + s.mode);
-    m_position->setText(s.name + QStringLiteral(" · Question ") + QString::number(index + 1) + QStringLiteral(" of ") +
-                        QString::number(s.questions.size()));
+    // A long name gives way; the count never does.
+    const QString count = QStringLiteral(" · Question ") + QString::number(index + 1) + QStringLiteral(" of ") +
+                          QString::number(s.questions.size());
+    m_position->setText(s.name + count, count.size());
     const QString leave = s.isGuest() ? QStringLiteral("Leave") : QStringLiteral("Save & Leave");
     m_leaveButton->setText(Theme::buttonText(leave));
     m_leaveButton->setAccessibleName(leave);

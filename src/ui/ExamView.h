@@ -8,6 +8,7 @@
 class CardButton;
 class DiagramView;
 class FigureButton;
+class ElidedLabel;
 class QBoxLayout;
 class QLabel;
 class QProgressBar;
@@ -58,7 +59,7 @@ private:
     QString m_shownQuestion;
 
     QLabel* m_title = nullptr;
-    QLabel* m_position = nullptr;
+    ElidedLabel* m_position = nullptr;
     QLabel* m_time = nullptr;
     QPushButton* m_leaveButton = nullptr;
     QSlider* m_sizeSlider = nullptr;

@@ -1,6 +1,7 @@
 // The "Top 10" section.
 #include "LeaderboardView.h"
 
+#include "ElidedLabel.h"
 #include "SectionWidgets.h"
 #include "store/Results.h"
 #include "store/Store.h"
@@ -48,7 +49,9 @@ QFrame* board(const Pool& pool, const QList<Result>& entries, QWidget* parent)
         static const QStringList roles = {QStringLiteral("rank"), QStringLiteral("name"), QStringLiteral("score"),
                                           QStringLiteral("time"), QStringLiteral("date")};
         for (int c = 0; c < cells.size(); ++c) {
-            auto* cell = plain(cells.at(c), rows);
+            // Names are shortened with "…" to fit their column; the other cells are short.
+            QLabel* cell = c == 1 ? new ElidedLabel(rows) : plain(QString(), rows);
+            cell->setText(cells.at(c));
             cell->setObjectName(QStringLiteral("entry%1-%2").arg(i + 1).arg(roles.at(c)));
             if (c == 0) {
                 cell->setFixedWidth(24);

@@ -221,7 +221,10 @@ void LearnView::buildSetUp(QVBoxLayout* layout)
     m_savedProfilePicker = new QComboBox(m_savedProfileBox);
     m_savedProfilePicker->setObjectName(QStringLiteral("savedProfilePicker"));
     m_savedProfilePicker->setAccessibleName(QStringLiteral("Saved profile"));
-    m_savedProfilePicker->setFixedWidth(150);
+    // The profile row fits the smallest window: the picker and the field give up width before anything overflows.
+    m_savedProfilePicker->setMinimumWidth(110);
+    m_savedProfilePicker->setMaximumWidth(170);
+    m_savedProfilePicker->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     auto* savedLabel = new QLabel(QStringLiteral("Saved profile"), m_savedProfileBox);
     savedLabel->setBuddy(m_savedProfilePicker);
     savedRow->addWidget(savedLabel);
@@ -237,7 +240,8 @@ void LearnView::buildSetUp(QVBoxLayout* layout)
     m_nameField->setObjectName(QStringLiteral("profileName"));
     m_nameField->setAccessibleName(QStringLiteral("Profile"));
     m_nameField->setPlaceholderText(QStringLiteral("Profile"));
-    m_nameField->setFixedWidth(200);
+    m_nameField->setMinimumWidth(140);
+    m_nameField->setMaximumWidth(220);
     auto* nameLabel = new QLabel(QStringLiteral("Profile"), m_setUp);
     nameLabel->setBuddy(m_nameField);
     connect(m_nameField, &QLineEdit::textEdited, this, [this](const QString& text) {

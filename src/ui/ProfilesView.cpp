@@ -2,6 +2,7 @@
 #include "ProfilesView.h"
 
 #include "Confirm.h"
+#include "ElidedLabel.h"
 #include "SectionWidgets.h"
 #include "store/Store.h"
 
@@ -94,7 +95,8 @@ void ProfilesView::redraw()
         rowLayout->setSpacing(8);
         auto* icon = new QLabel(row);
         icon->setPixmap(personIcon().pixmap(20, 20));
-        auto* label = plain(profile.name, row);
+        auto* label = new ElidedLabel(row);
+        label->setText(profile.name);
         label->setObjectName(QStringLiteral("profileName"));
         label->setFixedWidth(200 - 28);
         auto* button =

@@ -5,6 +5,7 @@
 #include "UiHarness.h"
 #include "store/Settings.h"
 #include "ui/CardButton.h"
+#include "ui/ElidedLabel.h"
 #include "ui/DiagramReviewView.h"
 #include "ui/DiagramView.h"
 #include "ui/HelpView.h"
@@ -223,6 +224,44 @@ private slots:
         QCOMPARE(view.findChild<QPushButton*>(u"practiseIncorrect"_s)->isEnabled(), wrong > 0);
         view.findChild<QCheckBox*>(u"onlyWrong"_s)->setChecked(false);
         QCOMPARE(cards(), 35);
+    }
+
+    void sectionsFitTheSmallestWindow()
+    {
+        // At the smallest window no section reaches past the right edge of its scrolling area.
+        Harness h;
+        h.root->resize(h.root->minimumSize());
+        // With a saved session, a long learner name and the completed levels open.
+        const QString name(80, u'W');
+        h.store->addProfile(name);
+        h.store->begin(h.store->studyPools().first(), u"Club Challenge"_s, name, false, u"club-7"_s);
+        h.store->leave();
+        settle();
+        h.click(u"completedToggle"_s);
+        for (const QString& tab : RootView::sections()) {
+            h.root->setTab(tab);
+            settle();
+            auto* area = h.visible<QScrollArea>(u"sectionArea-"_s + QString(tab).remove(u' '));
+            QVERIFY(area);
+            for (QWidget* w : area->widget()->findChildren<QWidget*>()) {
+                if (w->isVisible() && !w->isWindow())
+                    QVERIFY2(w->mapTo(area->viewport(), QPoint(w->width(), 0)).x() <= area->viewport()->width(),
+                             qPrintable(tab + u": "_s + w->objectName() + u' ' + w->metaObject()->className()));
+            }
+        }
+        // The long name is shortened with "…" in Profiles and in the question header; the count stays whole.
+        h.root->setTab(u"Profiles"_s);
+        QString shown;
+        for (auto* label : h.root->findChildren<ElidedLabel*>(u"profileName"_s))
+            if (label->isVisible() && label->text() == name)
+                shown = label->shownText();
+        QVERIFY2(shown.startsWith(u"WWW"_s) && shown.endsWith(u"…"_s) && shown.size() < name.size(), qPrintable(shown));
+        h.store->resume(h.store->savedSessions().first());
+        settle();
+        auto* position = h.visible<ElidedLabel>(u"examPosition"_s);
+        QCOMPARE(position->text(), name + u" · Question 1 of 35"_s);
+        QVERIFY2(position->shownText().endsWith(u"W… · Question 1 of 35"_s), qPrintable(position->shownText()));
+        checkLayout(*h.root);
     }
 
     void jumpListFitsTheScreenAndFindsByTyping()
