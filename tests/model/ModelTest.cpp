@@ -114,6 +114,13 @@ private slots:
                 !without[u"profiles"_s][0].toObject().contains(u"completedLevels"_s));
         QCOMPARE(without[u"profiles"_s][1][u"completedLevels"_s], QJsonValue(QJsonArray()));
         QCOMPARE(Saved::fromJson(without), saved);
+        // Sets are written sorted, so that the same records always make the same file.
+        saved.bookmarks.clear();
+        for (const char* key : {"k|T1A07", "k|T1A02", "k|T1A09", "k|T1A01", "k|T1A05", "k|T1A03", "k|T1A08"})
+            saved.bookmarks.insert(QString::fromLatin1(key));
+        QCOMPARE(saved.toJson()[u"bookmarks"_s].toArray(),
+                 QJsonArray::fromStringList({u"k|T1A01"_s, u"k|T1A02"_s, u"k|T1A03"_s, u"k|T1A05"_s, u"k|T1A07"_s,
+                                             u"k|T1A08"_s, u"k|T1A09"_s}));
     }
 
     void validateAppliesEveryRule_data()
@@ -133,6 +140,8 @@ private slots:
         QTest::newRow("extra with 35") << Mutation([](Pack& p) { p.pools[2] = Fixtures::pool(u"extra"_s, u"e"_s, u"2024-07-01"_s, u"2026-01-01"_s, 35); p.pools[2].examCount = 35; p.pools[2].passCount = 26; });
         QTest::newRow("general with 50") << Mutation([](Pack& p) { p.pools[1] = Fixtures::pool(u"general"_s, u"g"_s, u"2023-07-01"_s, u"2026-01-01"_s, 50); p.pools[1].examCount = 50; p.pools[1].passCount = 37; });
         QTest::newRow("technician pass 25") << Mutation([](Pack& p) { p.pools[0].passCount = 25; });
+        QTest::newRow("extra pass 36") << Mutation([](Pack& p) { p.pools[2].passCount = 36; });
+        QTest::newRow("extra exam 49") << Mutation([](Pack& p) { p.pools[2].examCount = 49; });
         QTest::newRow("34 groups") << Mutation([](Pack& p) { p.pools[0] = Fixtures::pool(u"technician"_s, u"t"_s, u"2026-07-01"_s, u"2026-01-01"_s, 34, 11); });
         QTest::newRow("349 questions") << Mutation([](Pack& p) { p.pools[0].questions.removeLast(); });
         QTest::newRow("duplicate question id") << Mutation([](Pack& p) { p.pools[0].questions.append(p.pools[0].questions.at(3)); });
@@ -150,6 +159,7 @@ private slots:
         QTest::newRow("asset length") << Mutation([](Pack& p) { p.assets.insert(u"x.png"_s, u"AAAAA"_s); });
         QTest::newRow("asset line break") << Mutation([](Pack& p) { p.assets.insert(u"x.png"_s, u"AA\nA"_s); });
         QTest::newRow("asset inner padding") << Mutation([](Pack& p) { p.assets.insert(u"x.png"_s, u"AAA=A==="_s); });
+        QTest::newRow("asset first character") << Mutation([](Pack& p) { p.assets.insert(u"x.png"_s, u"*AAA"_s); });
         // clang-format on
     }
     void validateAppliesEveryRule()
