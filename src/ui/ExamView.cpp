@@ -127,6 +127,9 @@ ExamView::ExamView(Store& store, QWidget* parent) : QWidget(parent), m_store(sto
     };
     arrow(Qt::Key_Right, m_next, QStringLiteral("nextKey"));
     arrow(Qt::Key_Left, m_previous, QStringLiteral("previousKey"));
+    // The text size slider and the selectable prompt keep their own arrow keys.
+    m_sizeSlider->installEventFilter(this);
+    m_prompt->installEventFilter(this);
 
     m_clock = new QTimer(this);
     m_clock->setInterval(1000);
@@ -234,7 +237,11 @@ QWidget* ExamView::buildQuestion()
     auto* checkRow = new QHBoxLayout();
     m_check = new QPushButton(QStringLiteral("Check Answer"), content);
     m_check->setObjectName(QStringLiteral("checkAnswer"));
-    connect(m_check, &QPushButton::clicked, this, [this] { m_store.reveal(); });
+    connect(m_check, &QPushButton::clicked, this, [this] {
+        m_store.reveal();
+        // The button is gone; the keyboard goes on to the next question (or to Finish on the last).
+        (m_next->isEnabled() ? m_next : m_finish)->setFocus(Qt::OtherFocusReason);
+    });
     checkRow->addWidget(m_check);
     checkRow->addStretch(1);
     column->addLayout(checkRow);
@@ -562,6 +569,11 @@ bool ExamView::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::Resize && watched == m_scroll->viewport())
         fitFigure();
+    if (event->type() == QEvent::ShortcutOverride && (watched == m_sizeSlider || watched == m_prompt)) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Left || key == Qt::Key_Right)
+            event->accept();
+    }
     if (event->type() == QEvent::KeyPress) {
         auto* list = qobject_cast<QListWidget*>(watched->property("jumpList").value<QObject*>());
         const int key = static_cast<QKeyEvent*>(event)->key();

@@ -78,6 +78,8 @@ void ProfilesView::addProfile()
 {
     m_store.addProfile(m_name->text());
     m_name->clear();
+    // The learner may add another at once.
+    m_name->setFocus(Qt::OtherFocusReason);
 }
 
 void ProfilesView::redraw()
@@ -87,6 +89,7 @@ void ProfilesView::redraw()
     layout->setContentsMargins(0, 4, 0, 4);
     layout->setSpacing(6);
     const QUuid current = m_store.profile().id;
+    QList<QWidget*> buttons;
     for (const Profile& profile : m_store.saved().profiles) {
         auto* row = new QFrame(rows);
         row->setObjectName(QStringLiteral("profileRow-") + profile.id.toString(QUuid::WithoutBraces).toUpper());
@@ -113,8 +116,12 @@ void ProfilesView::redraw()
         rowLayout->addWidget(button);
         rowLayout->addStretch(1);
         layout->addWidget(row);
+        buttons.append(button);
     }
     replace(m_layout, m_rows, rows);
+    // The rows stand between the add row and the reset section, in the Tab order too.
+    if (auto* clear = findChild<QPushButton*>(QStringLiteral("clearAllData")))
+        focusBefore(clear, buttons);
 }
 
 void ProfilesView::confirmReset()

@@ -5,6 +5,7 @@
 
 #include <QAccessible>
 #include <QScrollArea>
+#include <QSlider>
 
 namespace {
 
@@ -129,6 +130,30 @@ private slots:
         QVERIFY(h.tabTo(h.visible(u"checkAnswer"_s)));
         h.key(Qt::Key(key));
         QVERIFY(h.store->session()->revealed.contains(h.store->session()->questions.first().id));
+        QCOMPARE(QApplication::focusWidget()->objectName(), u"next"_s);
+        // The arrow keys move on to other questions, except in the text size slider and the selectable prompt.
+        auto* slider = h.visible<QSlider>(u"textSize"_s);
+        const int size = slider->value();
+        slider->setFocus();
+        h.key(Qt::Key_Right);
+        h.visible(u"prompt"_s)->setFocus();
+        h.key(Qt::Key_Right);
+        QCOMPARE(slider->value(), size + 1);
+        QCOMPARE(h.store->session()->index, 0);
+        h.visible(u"next"_s)->setFocus();
+        h.key(Qt::Key_Right);
+        QCOMPARE(h.store->session()->index, 1);
+        // After adding a profile the name field keeps the keyboard, for the next one.
+        h.store->leave();
+        settle();
+        h.root->setTab(u"Profiles"_s);
+        auto* field = h.visible<QLineEdit>(u"newProfileName"_s);
+        field->setFocus();
+        QTest::keyClicks(field, u"Ben"_s);
+        QVERIFY(h.tabTo(h.visible(u"addProfile"_s)));
+        h.key(Qt::Key(key));
+        QCOMPARE(h.store->saved().profiles.last().name, u"Ben"_s);
+        QCOMPARE(QApplication::focusWidget(), field);
     }
 
     void tabFollowsTheReadingOrder()
