@@ -115,3 +115,8 @@ void LeaderboardView::redraw()
         layout->addWidget(board(pool, leaderboard(results, pool.id, code), boards));
     replace(m_layout, m_boards, boards);
 }
+
+void LeaderboardView::reset()
+{
+    m_code->clear();
+}

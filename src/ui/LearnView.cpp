@@ -17,6 +17,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QShowEvent>
 #include <QVBoxLayout>
 
 namespace {
@@ -338,7 +339,18 @@ std::optional<Pool> LearnView::pool() const
 void LearnView::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
-    // Coming back to the screen starts again from the current learner's name.
+    // Coming back to the screen starts again from the current learner's name and the first set-up: the default
+    // pool, Study All, shuffled, no club code. A window restored from the task bar keeps what it showed.
+    if (!event->spontaneous()) {
+        m_poolID.clear();
+        m_mode = modes().first();
+        m_shuffle = true;
+        m_code.clear();
+        const QSignalBlocker blockMode(m_modePicker);
+        m_modePicker->setCurrentText(m_mode);
+        m_shuffleSwitch->setChecked(true);
+        m_codeField->clear();
+    }
     takeProfileName();
     refresh();
 }

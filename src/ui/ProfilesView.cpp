@@ -74,6 +74,11 @@ ProfilesView::ProfilesView(Store& store, QWidget* parent) : SectionView(parent),
     redraw();
 }
 
+void ProfilesView::reset()
+{
+    m_name->clear();
+}
+
 void ProfilesView::addProfile()
 {
     m_store.addProfile(m_name->text());

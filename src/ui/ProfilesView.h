@@ -21,6 +21,7 @@ public:
 
 protected:
     void redraw() override;
+    void reset() override;
 
 private:
     void addProfile();

@@ -16,6 +16,8 @@ protected:
     // Connected to the store's change signals. A hidden screen only notes that it is out of date, so a session's
     // many saves do not rebuild screens nobody is looking at.
     void storeChanged();
+    // Each time the learner comes to the screen it starts from its initial state (typed texts cleared).
+    virtual void reset() {}
     void showEvent(QShowEvent* event) override;
 
 private:

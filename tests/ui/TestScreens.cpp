@@ -264,6 +264,34 @@ private slots:
         checkLayout(*h.root);
     }
 
+    void sectionsStartAfreshWhenShownAgain()
+    {
+        Harness h;
+        h.root->setTab(u"Learn"_s);
+        h.visible<QCheckBox>(u"shuffleSwitch"_s)->setChecked(false);
+        h.startFromLearn(u"Club Challenge"_s, u"Ada"_s);
+        QVERIFY(!h.store->session()); // no code yet
+        type(h.visible<QLineEdit>(u"challengeCode"_s), u"club-7"_s);
+        h.click(u"start"_s);
+        h.store->finish();
+        settle();
+        h.click(u"resultDone"_s);
+        h.root->setTab(u"Top 10"_s);
+        type(h.visible<QLineEdit>(u"challengeCode"_s), u"club-7"_s);
+        h.root->setTab(u"Profiles"_s);
+        type(h.visible<QLineEdit>(u"newProfileName"_s), u"Ben"_s);
+        h.root->setTab(u"Learn"_s);
+        QCOMPARE(h.visible<QComboBox>(u"modePicker"_s)->currentText(), u"Study All"_s);
+        QVERIFY(h.visible<QCheckBox>(u"shuffleSwitch"_s)->isChecked() && !h.visible(u"challengeCode"_s));
+        h.visible<QComboBox>(u"modePicker"_s)->setCurrentText(u"Club Challenge"_s);
+        QCOMPARE(h.visible<QLineEdit>(u"challengeCode"_s)->text(), QString());
+        for (const QString& tab : {u"Top 10"_s, u"Profiles"_s}) {
+            h.root->setTab(tab);
+            for (auto* field : h.root->currentSection()->findChildren<QLineEdit*>())
+                QVERIFY2(field->text().isEmpty(), qPrintable(tab));
+        }
+    }
+
     void jumpListFitsTheScreenAndFindsByTyping()
     {
         Harness h;
