@@ -23,6 +23,7 @@
 #include <QButtonGroup>
 #include <QComboBox>
 #include <QDesktopServices>
+#include <QDir>
 #include <QFileDialog>
 #include <QFrame>
 #include <QDialog>
@@ -170,7 +171,10 @@ RootView::RootView(Store& store, QWidget* parent) : QMainWindow(parent), m_store
     buildMenus();
 
     m_store.setSavePanel([this](const QString& proposedName) -> std::optional<QString> {
-        const QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+        // The learner's Documents folder, or the home folder when there is none; never the working directory.
+        QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+        if (folder.isEmpty() || !QDir(folder).exists())
+            folder = QDir::homePath();
         const QString path =
             QFileDialog::getSaveFileName(this, QStringLiteral("Export Result"),
                                          folder + QLatin1Char('/') + proposedName, QStringLiteral("Text (*.txt)"));

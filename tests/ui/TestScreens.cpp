@@ -100,7 +100,7 @@ private slots:
         // From the first paint of a resumed session, the answers are in the learner's text size.
         for (const char* part : {"text", "letter"})
             QCOMPARE(QFontInfo(h.visible(u"answer-0"_s)->findChild<QLabel*>(QLatin1StringView(part))->font()).pointSizeF(),
-                     Settings::defaultTextSize);
+                     double(h.visible<QSlider>(u"textSize"_s)->value()));
 
         // Back to the first question, then A–D and → through the rest: five wrong, the last one left unanswered.
         h.key(Qt::Key_Left);
