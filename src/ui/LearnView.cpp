@@ -521,13 +521,20 @@ void LearnView::refreshSessions()
         line->setContentsMargins(14, 10, 14, 10);
         auto* texts = new QVBoxLayout();
         texts->setSpacing(2);
-        auto* title = new QLabel(session.pool.name + QStringLiteral(" · ") + session.mode, row);
+        // A club challenge says its code, and every row its start date, so two saved sessions can be told apart.
+        QString heading = session.pool.name + QStringLiteral(" · ") + session.mode;
+        if (!session.challenge.isEmpty())
+            heading += QStringLiteral(" · ") + session.challenge;
+        auto* title = new QLabel(heading, row);
+        title->setObjectName(QStringLiteral("sessionTitle"));
         title->setTextFormat(Qt::PlainText);
         title->setFont(Theme::titleFont(title, title->font().pointSizeF(), true));
         auto* detail = caption(QString::number(session.answers.size()) + QStringLiteral("/") +
                                    QString::number(session.questions.size()) + QStringLiteral(" answered · ") +
-                                   duration(session.elapsed),
+                                   duration(session.elapsed) + QStringLiteral(" · started ") +
+                                   SectionWidgets::abbreviatedDate(Dates::toDateTime(session.started).toLocalTime().date()),
                                row);
+        detail->setObjectName(QStringLiteral("sessionDetail"));
         texts->addWidget(title);
         texts->addWidget(detail);
         line->addLayout(texts, 1);

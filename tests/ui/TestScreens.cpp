@@ -11,6 +11,7 @@
 #include "ui/HelpView.h"
 #include "ui/LearnView.h"
 #include "ui/ResultView.h"
+#include "ui/SectionWidgets.h"
 
 #include <QCheckBox>
 #include <QDesktopServices>
@@ -237,6 +238,10 @@ private slots:
         h.store->begin(h.store->studyPools().first(), u"Club Challenge"_s, name, false, u"club-7"_s);
         h.store->leave();
         settle();
+        // The saved club challenge names its code and its start date.
+        const QDate started = Dates::toDateTime(h.store->savedSessions().first().started).toLocalTime().date();
+        QCOMPARE(h.shown({u"sessionTitle"_s}), h.store->studyPools().first().name + u" · Club Challenge · CLUB-7"_s);
+        QVERIFY(h.shown({u"sessionDetail"_s}).endsWith(u" · started "_s + SectionWidgets::abbreviatedDate(started)));
         h.click(u"completedToggle"_s);
         for (const QString& tab : RootView::sections()) {
             h.root->setTab(tab);
