@@ -484,6 +484,17 @@ void RootView::showMessage()
         new QMessageBox(QMessageBox::NoIcon, QStringLiteral("Kestovan Aerowen"), message, QMessageBox::NoButton, this);
     box->setObjectName(QStringLiteral("statusAlert"));
     box->setAttribute(Qt::WA_DeleteOnClose);
+    // An unreadable progress file was kept: the alert says where, and opens that folder.
+    if (const auto& copy = m_store.recoveryCopy()) {
+        const QString folder = QDir::toNativeSeparators(m_store.folder());
+        box->setInformativeText(QStringLiteral("The unreadable file was kept as “") + *copy +
+                                QStringLiteral("” in the folder ") + folder + QStringLiteral("."));
+        QPushButton* open = box->addButton(QStringLiteral("Open Folder"), QMessageBox::ActionRole);
+        open->setObjectName(QStringLiteral("statusAlertOpenFolder"));
+        connect(open, &QPushButton::clicked, this, [folder = m_store.folder()] {
+            QDesktopServices::openUrl(QUrl::fromLocalFile(folder));
+        });
+    }
     QPushButton* ok = box->addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
     ok->setObjectName(QStringLiteral("statusAlertOK"));
     box->setEscapeButton(ok);

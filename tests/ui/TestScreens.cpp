@@ -269,6 +269,27 @@ private slots:
         checkLayout(*h.root);
     }
 
+    void damagedProgressAlertShowsTheRecoveryCopy()
+    {
+        // Two starts over the same unreadable file: one recovery copy, named in the alert, whose folder opens.
+        Harness h({}, {{u"progress.json"_s, "{\"profiles\": ["}});
+        {
+            const Store again(Fixtures::sourcePackPath(), h.dir.path());
+            QCOMPARE(again.recoveryCopy(), h.store->recoveryCopy());
+        }
+        QCOMPARE(QDir(h.dir.path()).entryList({u"progress-unreadable-*.json"_s}).size(), 1);
+        OpenedLinks links;
+        QDesktopServices::setUrlHandler(u"file"_s, &links, "open");
+        QMessageBox* alert = openBox(u"statusAlert"_s);
+        QVERIFY(alert);
+        QCOMPARE(alert->text(), h.store->message());
+        QCOMPARE(alert->informativeText(), u"The unreadable file was kept as “"_s + *h.store->recoveryCopy() +
+                                               u"” in the folder "_s + QDir::toNativeSeparators(h.dir.path()) + u"."_s);
+        alert->findChild<QPushButton*>(u"statusAlertOpenFolder"_s)->click();
+        QDesktopServices::unsetUrlHandler(u"file"_s);
+        QCOMPARE(links.urls, QStringList{QUrl::fromLocalFile(h.dir.path()).toString(QUrl::FullyEncoded)});
+    }
+
     void sectionsStartAfreshWhenShownAgain()
     {
         Harness h;
