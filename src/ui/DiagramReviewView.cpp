@@ -297,8 +297,14 @@ void DiagramReviewView::confirm()
     // The test parse blocks while it reads the document; paint the saving state before it starts.
     m_confirm->repaint();
     m_store.saveDiagramReview(m_review, m_crops);
-    m_saving = false;
-    refresh();
-    if (m_store.message().isEmpty())
+    if (!m_store.message().isEmpty()) {
+        m_saving = false;
+        refresh();
+        return;
+    }
+    // Saved crops start the update again; the sheet says "Saving…" until that check has finished.
+    if (m_store.checking())
+        connect(&m_store, &Store::updateCheckFinished, this, &QDialog::accept, Qt::SingleShotConnection);
+    else
         accept();
 }
