@@ -210,7 +210,7 @@ QWidget* RootView::buildHeader()
     titles->setSpacing(2);
     auto* title = new QLabel(QStringLiteral("Kestovan Aerowen"), header);
     title->setObjectName(QStringLiteral("appTitle"));
-    title->setFont(Theme::titleFont(title, 19));
+    title->setFont(Theme::secondTitleFont(title));
     auto* subtitle = new QLabel(QStringLiteral("Learn the material. Practise with purpose."), header);
     subtitle->setObjectName(QStringLiteral("appSubtitle"));
     Theme::secondary(subtitle);

@@ -238,8 +238,8 @@ void DiagramReviewView::showPreview()
     if (m_crops.contains(label))
         image = QImage::fromData(QByteArray::fromBase64(m_crops.value(label).toLatin1()));
     if (image.isNull()) {
-        m_preview->setPixmap(QPixmap());
-        m_preview->setText(QStringLiteral("No crop yet"));
+        // A label without a crop has an empty frame.
+        m_preview->clear();
     } else {
         m_preview->setText(QString());
         m_preview->setPixmap(

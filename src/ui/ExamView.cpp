@@ -150,7 +150,7 @@ QWidget* ExamView::buildHeader()
     titles->setSpacing(2);
     m_title = plain(QString(), header);
     m_title->setObjectName(QStringLiteral("examTitle"));
-    m_title->setFont(Theme::titleFont(m_title, 16));
+    m_title->setFont(Theme::secondTitleFont(m_title));
     m_position = new ElidedLabel(header);
     m_position->setObjectName(QStringLiteral("examPosition"));
     Theme::secondary(m_position);
@@ -160,7 +160,7 @@ QWidget* ExamView::buildHeader()
 
     m_time = new QLabel(header);
     m_time->setObjectName(QStringLiteral("elapsed"));
-    m_time->setFont(Theme::monospaceFont(15));
+    m_time->setFont(Theme::monospaceFont(20));
     row->addWidget(m_time);
     row->addSpacing(14);
     m_leaveButton = new QPushButton(header);
@@ -181,7 +181,7 @@ QWidget* ExamView::buildQuestion()
     auto* idRow = new QHBoxLayout();
     m_questionId = new QLabel(content);
     m_questionId->setObjectName(QStringLiteral("questionId"));
-    m_questionId->setFont(Theme::monospaceFont(10));
+    m_questionId->setFont(Theme::monospaceFont(13));
     Theme::secondary(m_questionId);
     m_flag = new QPushButton(content);
     m_flag->setObjectName(QStringLiteral("flag"));
@@ -348,7 +348,7 @@ void ExamView::refresh()
         Icons::icon(bookmarked ? QStringLiteral("bookmark.fill") : QStringLiteral("bookmark"), Theme::Tone::accent));
 
     QFont promptFont = font();
-    promptFont.setPointSizeF(m_size);
+    promptFont.setPixelSize(qRound(m_size));
     promptFont.setWeight(QFont::DemiBold);
     m_prompt->setFont(promptFont);
     m_prompt->setText(q.prompt);
@@ -380,7 +380,7 @@ void ExamView::refresh()
         m_revealedText->setText(QStringLiteral("Correct answer: ") + letter(q.correct) + QStringLiteral(". ") +
                                 q.answers[q.correct]);
         QFont f = font();
-        f.setPointSizeF(std::max(11.0, m_size - 3));
+        f.setPixelSize(qRound(std::max(13.0, m_size - 3)));
         m_revealedText->setFont(f);
     }
 
@@ -460,7 +460,7 @@ void ExamView::refreshAnswers(const Question& q, bool revealed, std::optional<qi
         row->setFocusPolicy(revealed ? Qt::NoFocus : Qt::StrongFocus);
         row->setAccessibleName(letter(i) + QStringLiteral(". ") + q.answers[i]);
         QFont answerFont = font();
-        answerFont.setPointSizeF(m_size);
+        answerFont.setPixelSize(qRound(m_size));
         auto* mark = row->findChild<QLabel*>(QStringLiteral("letter"));
         auto* text = row->findChild<QLabel*>(QStringLiteral("text"));
         auto* tick = row->findChild<QLabel*>(QStringLiteral("tick"));

@@ -87,7 +87,7 @@ LearnView::LearnView(Store& store, QWidget* parent) : QWidget(parent), m_store(s
     auto* intro = new QVBoxLayout();
     intro->setSpacing(4);
     auto* title = Theme::label(QStringLiteral("Your next step on the air"), this, QStringLiteral("learnTitle"));
-    title->setFont(Theme::titleFont(title, 22));
+    title->setFont(Theme::largeTitleFont(title));
     intro->addWidget(title);
     auto* subtitle =
         Theme::label(QStringLiteral("Study every question, focus on difficult topics, or sit a fresh practice "
@@ -147,7 +147,7 @@ LearnView::LearnView(Store& store, QWidget* parent) : QWidget(parent), m_store(s
     sessions->setContentsMargins(0, 6, 0, 0);
     sessions->setSpacing(8);
     auto* heading = Theme::label(QStringLiteral("Continue a Saved Session"), m_sessions);
-    heading->setFont(Theme::titleFont(heading, 15));
+    heading->setFont(Theme::secondTitleFont(heading));
     sessions->addWidget(heading);
     m_sessionRows = new QVBoxLayout();
     m_sessionRows->setSpacing(8);
@@ -172,7 +172,7 @@ void LearnView::buildSetUp(QVBoxLayout* layout)
     group->setContentsMargins(20, 18, 20, 20);
     group->setSpacing(14);
     auto* heading = Theme::label(QStringLiteral("Set Up Your Session"), m_setUp);
-    heading->setFont(Theme::titleFont(heading, 15));
+    heading->setFont(Theme::secondTitleFont(heading));
     group->addWidget(heading);
 
     // Pool, mode and shuffle.
@@ -404,7 +404,7 @@ void LearnView::refreshCards()
         inner->setContentsMargins(14, 12, 14, 12);
         inner->setSpacing(3);
         auto* name = new QLabel(p.name, card);
-        name->setFont(Theme::titleFont(name, 14));
+        name->setFont(Theme::titleFont(name, Theme::secondTitleSize));
         auto* count = new QLabel(QString::number(p.questions.size()) + QStringLiteral(" questions"), card);
         auto* exam = new QLabel(QStringLiteral("Exam: ") + QString::number(p.examCount) + QStringLiteral(" · Pass: ") +
                                     QString::number(p.passCount),

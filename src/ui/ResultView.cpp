@@ -107,16 +107,16 @@ ResultView::ResultView(Store& store, const Result& result, QWidget* parent)
     scoreRow->setSpacing(18);
     auto* score = new QLabel(QString::number(m_result.score()) + QStringLiteral("/") + QString::number(count), content);
     score->setObjectName(QStringLiteral("score"));
-    score->setFont(Theme::titleFont(score, 30));
+    score->setFont(Theme::titleFont(score, 34));
     const double percent = count > 0 ? double(m_result.score()) * 100.0 / double(count) : 0.0;
     auto* percentage = new QLabel(QString::asprintf("%.1f%%", percent), content);
     percentage->setObjectName(QStringLiteral("percentage"));
-    percentage->setFont(Theme::titleFont(percentage, 16, false));
+    percentage->setFont(Theme::titleFont(percentage, 20, false));
     auto* watch = new QLabel(content);
     Icons::show(watch, QStringLiteral("stopwatch"), Theme::Tone::accent, 18);
     auto* time = new QLabel(duration(m_result.seconds), content);
     time->setObjectName(QStringLiteral("resultTime"));
-    time->setFont(Theme::monospaceFont(13));
+    time->setFont(Theme::monospaceFont(17));
     time->setAccessibleName(QStringLiteral("Time ") + time->text());
     scoreRow->addWidget(score);
     scoreRow->addWidget(percentage);
@@ -185,7 +185,7 @@ QWidget* ResultView::buildHeader()
     titles->setSpacing(3);
     auto* heading = new QLabel(title(m_result), header);
     heading->setObjectName(QStringLiteral("resultTitle"));
-    heading->setFont(Theme::titleFont(heading, 26));
+    heading->setFont(Theme::largeTitleFont(heading));
     if (m_result.session.isExam()) {
         Theme::toned(heading, m_result.passed() ? Theme::Tone::success : Theme::Tone::warning);
     }

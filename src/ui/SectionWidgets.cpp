@@ -36,10 +36,7 @@ QLabel* label(const QString& text, QWidget* parent, const char* role)
 QLabel* title(const QString& text, QWidget* parent)
 {
     auto* l = label(text, parent, nullptr);
-    QFont font = l->font();
-    font.setPointSizeF(font.pointSizeF() * 1.75);
-    font.setBold(true);
-    l->setFont(font);
+    l->setFont(Theme::largeTitleFont(l));
     return l;
 }
 

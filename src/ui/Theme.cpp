@@ -324,12 +324,22 @@ void apply(QApplication& app, Scheme scheme)
             l.refresh();
 }
 
-QFont titleFont(QWidget* widget, double points, bool bold)
+QFont titleFont(QWidget* widget, double size, bool bold)
 {
     QFont f = widget->font();
-    f.setPointSizeF(points);
+    f.setPixelSize(qRound(size));
     f.setBold(bold);
     return f;
+}
+
+QFont largeTitleFont(QWidget* widget)
+{
+    return titleFont(widget, largeTitleSize);
+}
+
+QFont secondTitleFont(QWidget* widget)
+{
+    return titleFont(widget, secondTitleSize);
 }
 
 QLabel* label(const QString& text, QWidget* parent, const QString& objectName)
@@ -350,10 +360,10 @@ QFont captionFont(QWidget* widget, double delta)
     return f;
 }
 
-QFont monospaceFont(double points)
+QFont monospaceFont(double size)
 {
     QFont f = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    f.setPointSizeF(points);
+    f.setPixelSize(qRound(size));
     return f;
 }
 

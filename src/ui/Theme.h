@@ -59,11 +59,19 @@ void apply(QApplication& app, Scheme scheme = Scheme::light);
 QString styleSheet(const Colors& colors);
 
 // Fonts relative to the system font, in the sizes the screens use.
-QFont titleFont(QWidget* widget, double points, bool bold = true);
+// Sizes are in the same unit as the layout's margins and spacings (device-independent pixels): text of size 18 is
+// 18 units high, whatever the screen's dots per inch.
+QFont titleFont(QWidget* widget, double size, bool bold = true);
+// The two title styles of every screen: the screen's own title, and the titles one level below it (the window
+// header, the question screen's session title, the set-up card).
+inline constexpr double largeTitleSize = 26;
+inline constexpr double secondTitleSize = 17;
+QFont largeTitleFont(QWidget* widget);
+QFont secondTitleFont(QWidget* widget);
 QFont captionFont(QWidget* widget, double delta = -1.5);
 // A wrapped label whose text is never read as markup: pool, learner and question texts are shown as written.
 QLabel* label(const QString& text, QWidget* parent, const QString& objectName = QString());
-QFont monospaceFont(double points);
+QFont monospaceFont(double size);
 // A button title shown exactly as written: an ampersand is a character, never a keyboard mnemonic.
 QString buttonText(const QString& text);
 // The title a button shows, as the learner reads it (the inverse of buttonText).

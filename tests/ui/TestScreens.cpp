@@ -100,8 +100,8 @@ private slots:
         QCOMPARE(h.store->session()->answers.size(), 2);
         // From the first paint of a resumed session, the answers are in the learner's text size.
         for (const char* part : {"text", "letter"})
-            QCOMPARE(QFontInfo(h.visible(u"answer-0"_s)->findChild<QLabel*>(QLatin1StringView(part))->font()).pointSizeF(),
-                     double(h.visible<QSlider>(u"textSize"_s)->value()));
+            QCOMPARE(QFontInfo(h.visible(u"answer-0"_s)->findChild<QLabel*>(QLatin1StringView(part))->font()).pixelSize(),
+                     h.visible<QSlider>(u"textSize"_s)->value());
 
         // Back to the first question, then A–D and → through the rest: five wrong, the last one left unanswered.
         h.key(Qt::Key_Left);
@@ -393,9 +393,15 @@ private slots:
     void sectionsAlertAndBody()
     {
         Harness h;
+        // Every section's title is in the one large-title style, above the window header's second-level title.
+        QCOMPARE(h.visible<QLabel>(u"appTitle"_s)->font().pixelSize(), int(Theme::secondTitleSize));
         for (const QString& tab : RootView::sections()) {
             h.click(u"section-"_s + QString(tab).remove(u' '));
             screenshot(*h.root, tab.toLower().remove(u' '));
+            int largest = 0;
+            for (auto* label : h.root->currentSection()->findChildren<QLabel*>())
+                largest = std::max(largest, QFontInfo(label->font()).pixelSize());
+            QVERIFY2(largest == int(Theme::largeTitleSize), qPrintable(tab + u' ' + QString::number(largest)));
         }
         h.root->setTab(u"help"_s); // not a section's name: Learn
         QCOMPARE(QString(h.root->currentSection()->metaObject()->className() + RootView::iconName(u"help"_s)),
