@@ -290,6 +290,55 @@ private slots:
         QCOMPARE(links.urls, QStringList{QUrl::fromLocalFile(h.dir.path()).toString(QUrl::FullyEncoded)});
     }
 
+    void completedLevelsRebuildThePoolCardsCleanly()
+    {
+        // Ticking and unticking each level, and switching between learners with other completed levels, leaves
+        // exactly the cards of the levels still studied, none over another, and every switch reachable.
+        Harness h;
+        h.store->addProfile(u"Ben"_s);
+        h.store->setLevelComplete(u"general"_s, true);
+        const QUuid ben = h.store->profile().id;
+        h.store->addProfile(u"Ada"_s);
+        const QUuid ada = h.store->profile().id;
+        h.root->setTab(u"Learn"_s);
+        h.click(u"completedToggle"_s);
+        // Checked right after each change, before replaced widgets are deleted: they must already be out of sight.
+        const auto check = [&](const QStringList& studied) {
+            QStringList shown;
+            QList<QRect> places;
+            for (auto* card : h.root->findChildren<CardButton*>()) {
+                if (!card->isVisible() || !card->objectName().startsWith("poolCard-"_L1))
+                    continue;
+                shown << card->objectName().section(u'-', 1, 1);
+                const QRect place(card->mapTo(h.root.get(), QPoint()), card->size());
+                for (const QRect& other : places)
+                    QVERIFY(!other.intersects(place));
+                places << place;
+            }
+            QCOMPARE(shown, studied);
+            for (const QString& level : LearnView::levels()) {
+                QWidget* box = h.visible(u"completed-"_s + level);
+                const QPoint centre = box->mapTo(h.root.get(), box->rect().center());
+                QWidget* top = h.root->childAt(centre);
+                QVERIFY2(top == box || box->isAncestorOf(top), qPrintable(level));
+            }
+        };
+        check({u"technician"_s, u"general"_s, u"extra"_s});
+        QStringList studied{u"technician"_s, u"general"_s, u"extra"_s};
+        for (const QString& level : LearnView::levels()) {
+            QTest::mouseClick(h.visible(u"completed-"_s + level), Qt::LeftButton);
+            studied.removeOne(level);
+            check(studied);
+        }
+        h.store->select(ben);
+        check({u"technician"_s, u"extra"_s});
+        h.store->select(ada);
+        check({});
+        for (const QString& level : LearnView::levels())
+            QTest::mouseClick(h.visible(u"completed-"_s + level), Qt::LeftButton);
+        check({u"technician"_s, u"general"_s, u"extra"_s});
+    }
+
     void sectionsStartAfreshWhenShownAgain()
     {
         Harness h;
