@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Drives the real application in a real X session (Xvfb, no window manager) as a new learner would, and photographs
-# each step: the Learn screen, a question before and after its answer is checked, a question with an official
-# figure, the result and the progress.
-# SCALE 2 runs it at 200 % (QT_SCALE_FACTOR).
+# each step: the Learn screen; ticking and unticking each completed level and switching learners; a checked wrong
+# answer; the list of a 409-question session; a figure question at 1180 by 800 and 900 by 670; leaving, the Learn
+# screen with the saved session at both sizes, and resuming it; the result and the progress. SCALE 2 runs it at
+# 200 % (QT_SCALE_FACTOR).
 #
 #   scripts/walkthrough.sh OUTDIR [light|dark] [SCALE]
 #
@@ -10,6 +11,10 @@
 # and release checks fail quietly. Needs Xvfb, xdotool and ImageMagick's import; builds the application if needed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+for tool in Xvfb xdotool import; do
+    command -v "$tool" >/dev/null ||
+        { echo "walkthrough needs $tool: sudo apt-get install xvfb xdotool imagemagick" >&2; exit 1; }
+done
 out="$(realpath -m "${1:?usage: scripts/walkthrough.sh OUTDIR [light|dark] [SCALE]}")"
 scheme="${2:-light}"
 scale="${3:-1}"
@@ -49,29 +54,44 @@ done
 [ -n "$window" ] || { echo "the window did not appear" >&2; exit 1; }
 sleep 1.5
 
-# Clicks at a point given in the window's own units at 100 %.
-click() { xdotool mousemove --window "$window" "$(($1 * scale))" "$(($2 * scale))" click "${3:-1}"; sleep 0.6; }
+# Clicks at a point given in the window's own units at 100 % (the layout at 1180 by 800).
+click() { xdotool mousemove --window "$window" "$(($1 * scale))" "$(($2 * scale))" click 1; sleep 0.6; }
 keys() { xdotool key --window "$window" --delay 80 "$@"; sleep 0.6; }
+typed() { xdotool key --window "$window" ctrl+a; xdotool type --window "$window" --delay 40 "$1"; sleep 0.3; }
+size() { xdotool windowsize "$window" "$(($1 * scale))" "$(($2 * scale))"; sleep 1; }
 shot() { import -window "$window" "$out/$1.png"; echo "$out/$1.png"; }
+# Popups and dialogs are windows of their own: the screen's part where the main window is.
+screen() { import -window root -crop "$((1180 * scale))x$((800 * scale))+0+0" +repage "$out/$1.png"; echo "$out/$1.png"; }
 
 shot learn
-click 383 481 && keys ctrl+a && xdotool type --delay 40 "Ada" && click 586 481  # name a profile and add it
-click 745 437                                                                   # shuffle off: T1A01 comes first
-click 297 553                                                                   # Start
-sleep 1
-keys c
-shot question
-click 105 665                                                                   # Check Answer
-shot question-revealed
-for letter in b d a c c b a d c a b; do keys Right "$letter"; done               # eleven more answers
-xdotool key --window "$window" --repeat 210 --delay 15 Right                      # on to T6A09 and its figure
-sleep 1
-keys c
-shot question-figure
-click 1092 767                                                                  # Finish & Score
-xdotool mousemove "$((510 * scale))" "$((407 * scale))" click 1                 # Submit, in the confirmation
-sleep 1
+click 354 461 && typed Ada && click 526 461                                      # add Ada
+click 568 461 && typed Ben && click 741 461                                      # add Ben, now the learner
+# Completed levels: tick each of Ben's, switch to Ada (none completed) and back, untick them again.
+click 306 320
+click 246 367 && shot completed-technician
+keys Tab space && shot completed-general
+keys Tab space && shot completed-all
+click 1052 58 && keys Up Return && shot completed-other-learner
+click 1052 58 && keys Down Return && shot completed-back
+click 246 246 && click 246 393 && click 246 419 && shot completed-none          # the row of cards comes back
+click 306 320                                                                    # close the panel
+# A practice session in pool order: a wrong answer checked, then the list of questions and a figure.
+click 745 417                                                                    # shuffle off: T1A01 first
+click 297 533                                                                    # Start
+keys a
+click 105 583 && shot question-wrong                                             # Check Answer
+click 227 767 && screen jump-list                                                # Jump To
+xdotool type --delay 40 "T6A09" && xdotool key Return && sleep 0.8
+keys c && shot question-figure
+size 900 670 && shot question-figure-small && size 1180 800
+click 1099 137 && screen leave-confirmation                                      # Save & Leave
+xdotool mousemove "$((524 * scale))" "$((392 * scale))" click 1 && sleep 1          # Save & Leave, in the confirmation
+shot learn-saved
+size 900 670 && shot learn-small && size 1180 800
+click 1025 648 && shot resumed                                                   # Resume
+for letter in b d a c c b a d c a b; do keys Right "$letter"; done                 # eleven more answers
+click 1092 767 && screen submit-confirmation                                     # Finish & Score
+xdotool mousemove "$((510 * scale))" "$((406 * scale))" click 1 && sleep 1          # Submit, in the confirmation
 shot result
-click 1106 149                                                                  # Done
-click 65 180                                                                    # Progress
-shot progress
+click 1106 139                                                                   # Done
+click 65 170 && shot progress                                                    # Progress

@@ -225,13 +225,15 @@ QWidget* ExamView::buildQuestion()
     Theme::secondary(m_figureCaption);
     figureColumn->addWidget(m_figureCaption);
     figureColumn->addStretch(1);
-    m_figureRow->addWidget(m_figureColumn, 0, Qt::AlignTop);
+    m_figureRow->addWidget(m_figureColumn, 0);
 
     m_answerBox = new QWidget(content);
     auto* answers = new QVBoxLayout(m_answerBox);
     answers->setContentsMargins(0, 0, 0, 0);
     answers->setSpacing(10);
-    m_figureRow->addWidget(m_answerBox, 1, Qt::AlignTop);
+    answers->addStretch(1); // beside a taller figure, the rows stay at the top
+    // No alignment flag here: it would keep the wrapped answers from taking their height for the row's width.
+    m_figureRow->addWidget(m_answerBox, 1);
     column->addLayout(m_figureRow);
 
     auto* checkRow = new QHBoxLayout();
@@ -430,7 +432,7 @@ void ExamView::refreshAnswers(const Question& q, bool revealed, std::optional<qi
             inner->addWidget(l, l == text ? 1 : 0);
         }
         connect(row, &CardButton::clicked, this, [this, i] { m_store.answer(i); });
-        layout->addWidget(row);
+        layout->insertWidget(layout->count() - 1, row);
         m_answers.append(row);
     }
     // Rows made now stand between the figure and Check Answer on the screen and in the Tab order.

@@ -528,7 +528,7 @@ void LearnView::refreshSessions()
         auto* title = new QLabel(heading, row);
         title->setObjectName(QStringLiteral("sessionTitle"));
         title->setTextFormat(Qt::PlainText);
-        title->setFont(Theme::titleFont(title, title->font().pointSizeF(), true));
+        title->setFont(Theme::headlineFont(title));
         auto* detail = caption(QString::number(session.answers.size()) + QStringLiteral("/") +
                                    QString::number(session.questions.size()) + QStringLiteral(" answered · ") +
                                    duration(session.elapsed) + QStringLiteral(" · started ") +

@@ -240,7 +240,7 @@ void ResultView::refreshList()
         column->setContentsMargins(16, 12, 16, 12);
         column->setSpacing(5);
         auto* headline = Theme::label(q.id + QStringLiteral(" · ") + q.prompt, card, QStringLiteral("headline"));
-        headline->setFont(Theme::titleFont(headline, headline->font().pointSizeF() + 1));
+        headline->setFont(Theme::headlineFont(headline));
         const auto it = s.answers.constFind(q.id);
         const std::optional<qint64> chosen = it == s.answers.constEnd() ? std::nullopt : std::optional<qint64>(*it);
         auto* yours =

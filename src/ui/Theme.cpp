@@ -342,6 +342,13 @@ QFont secondTitleFont(QWidget* widget)
     return titleFont(widget, secondTitleSize);
 }
 
+QFont headlineFont(QWidget* widget)
+{
+    QFont f = widget->font();
+    f.setBold(true);
+    return f;
+}
+
 QLabel* label(const QString& text, QWidget* parent, const QString& objectName)
 {
     auto* l = new QLabel(text, parent);

@@ -68,6 +68,8 @@ inline constexpr double largeTitleSize = 26;
 inline constexpr double secondTitleSize = 17;
 QFont largeTitleFont(QWidget* widget);
 QFont secondTitleFont(QWidget* widget);
+// The headline of a card or row: the body text in bold.
+QFont headlineFont(QWidget* widget);
 QFont captionFont(QWidget* widget, double delta = -1.5);
 // A wrapped label whose text is never read as markup: pool, learner and question texts are shown as written.
 QLabel* label(const QString& text, QWidget* parent, const QString& objectName = QString());
