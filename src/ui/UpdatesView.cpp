@@ -74,8 +74,9 @@ UpdatesView::UpdatesView(Store& store, QWidget* parent) : QWidget(parent), m_sto
     m_status->setObjectName(QStringLiteral("updateStatus"));
     m_layout->addWidget(m_status);
 
+    // The screen's items stand 12 apart, the review button from the check buttons too.
     auto* buttons = new QHBoxLayout;
-    buttons->setSpacing(8);
+    buttons->setSpacing(12);
     m_review = new QPushButton(QStringLiteral("Review Diagrams"), this);
     name(m_review, QStringLiteral("reviewDiagrams"), QStringLiteral("Review Diagrams"));
     makePrimary(m_review);
