@@ -23,10 +23,10 @@
 #include <QButtonGroup>
 #include <QComboBox>
 #include <QDesktopServices>
+#include <QDialog>
 #include <QDir>
 #include <QFileDialog>
 #include <QFrame>
-#include <QDialog>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -491,9 +491,8 @@ void RootView::showMessage()
                                 QStringLiteral("” in the folder ") + folder + QStringLiteral("."));
         QPushButton* open = box->addButton(QStringLiteral("Open Folder"), QMessageBox::ActionRole);
         open->setObjectName(QStringLiteral("statusAlertOpenFolder"));
-        connect(open, &QPushButton::clicked, this, [folder = m_store.folder()] {
-            QDesktopServices::openUrl(QUrl::fromLocalFile(folder));
-        });
+        connect(open, &QPushButton::clicked, this,
+                [folder = m_store.folder()] { QDesktopServices::openUrl(QUrl::fromLocalFile(folder)); });
     }
     QPushButton* ok = box->addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
     ok->setObjectName(QStringLiteral("statusAlertOK"));

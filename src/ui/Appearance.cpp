@@ -44,7 +44,8 @@ DesktopColorScheme::DesktopColorScheme(const QDBusConnection& bus, QObject* pare
 void DesktopColorScheme::settingChanged(const QDBusMessage& message)
 {
     const QVariantList arguments = message.arguments();
-    if (arguments.size() == 3 && arguments[0].toString() == appearanceGroup && arguments[1].toString() == colorSchemeKey)
+    if (arguments.size() == 3 && arguments[0].toString() == appearanceGroup &&
+        arguments[1].toString() == colorSchemeKey)
         take(arguments[2]);
 }
 

@@ -3,9 +3,9 @@
 
 #include <QHash>
 #include <QIconEngine>
+#include <QLabel>
 #include <QPainter>
 #include <QPainterPath>
-#include <QLabel>
 #include <QPalette>
 #include <QPixmap>
 #include <QtMath>
@@ -223,12 +223,13 @@ class SymbolEngine : public QIconEngine
 public:
     SymbolEngine(QString name, QColor tint, std::optional<Theme::Tone> tone = std::nullopt)
         : m_name(std::move(name)), m_tint(std::move(tint)), m_tone(tone)
-    {
-    }
+    {}
 
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State) override
     {
-        QColor color = m_tone ? Theme::color(*m_tone) : m_tint.isValid() ? m_tint : QPalette().color(QPalette::WindowText);
+        QColor color = m_tone             ? Theme::color(*m_tone)
+                       : m_tint.isValid() ? m_tint
+                                          : QPalette().color(QPalette::WindowText);
         if (mode == QIcon::Disabled)
             color = QPalette().color(QPalette::Disabled, QPalette::WindowText);
         else if (mode == QIcon::Selected)

@@ -439,8 +439,8 @@ void LearnView::refreshCards()
 
 void LearnView::refreshCompleted()
 {
-    m_completedToggle->setIcon(
-        Icons::icon(m_showCompleted ? QStringLiteral("chevron.down") : QStringLiteral("chevron.right"), Theme::Tone::accent));
+    m_completedToggle->setIcon(Icons::icon(
+        m_showCompleted ? QStringLiteral("chevron.down") : QStringLiteral("chevron.right"), Theme::Tone::accent));
     m_completedPanel->setVisible(m_showCompleted);
     const auto completed = m_store.profile().completedLevels.value_or(QSet<QString>());
     for (int i = 0; i < m_levelSwitches.size(); ++i) {
@@ -529,11 +529,11 @@ void LearnView::refreshSessions()
         title->setObjectName(QStringLiteral("sessionTitle"));
         title->setTextFormat(Qt::PlainText);
         title->setFont(Theme::headlineFont(title));
-        auto* detail = caption(QString::number(session.answers.size()) + QStringLiteral("/") +
-                                   QString::number(session.questions.size()) + QStringLiteral(" answered · ") +
-                                   duration(session.elapsed) + QStringLiteral(" · started ") +
-                                   SectionWidgets::abbreviatedDate(Dates::toDateTime(session.started).toLocalTime().date()),
-                               row);
+        auto* detail = caption(
+            QString::number(session.answers.size()) + QStringLiteral("/") + QString::number(session.questions.size()) +
+                QStringLiteral(" answered · ") + duration(session.elapsed) + QStringLiteral(" · started ") +
+                SectionWidgets::abbreviatedDate(Dates::toDateTime(session.started).toLocalTime().date()),
+            row);
         detail->setObjectName(QStringLiteral("sessionDetail"));
         texts->addWidget(title);
         texts->addWidget(detail);

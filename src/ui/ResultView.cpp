@@ -265,8 +265,8 @@ void ResultView::refreshList()
             connect(view, &QPushButton::clicked, this, [this, f = *file] { showDiagram(f); });
             actions->addWidget(view);
         }
-        auto* bookmark =
-            new QPushButton(Icons::icon(QStringLiteral("bookmark"), Theme::Tone::accent), QStringLiteral("Bookmark"), card);
+        auto* bookmark = new QPushButton(Icons::icon(QStringLiteral("bookmark"), Theme::Tone::accent),
+                                         QStringLiteral("Bookmark"), card);
         bookmark->setObjectName(QStringLiteral("bookmark"));
         connect(bookmark, &QPushButton::clicked, this, [this, q] { m_store.toggleBookmark(m_result.session.pool, q); });
         m_bookmarks.append({bookmark, q});
@@ -286,7 +286,8 @@ void ResultView::refreshBookmarks()
         if (!button)
             continue;
         const bool on = bookmarks.contains(m_store.key(m_result.session.pool, question));
-        button->setIcon(Icons::icon(on ? QStringLiteral("bookmark.fill") : QStringLiteral("bookmark"), Theme::Tone::accent));
+        button->setIcon(
+            Icons::icon(on ? QStringLiteral("bookmark.fill") : QStringLiteral("bookmark"), Theme::Tone::accent));
         button->setProperty("bookmarked", on);
     }
 }

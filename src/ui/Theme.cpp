@@ -94,7 +94,8 @@ Colors makeDark()
 
 Scheme current = Scheme::light;
 
-struct Listener {
+struct Listener
+{
     QPointer<QObject> context;
     std::function<void()> refresh;
 };
@@ -194,9 +195,9 @@ QScrollArea#diagramArea > QWidget > QWidget, QLabel#diagramFigure { background: 
 
 QString css(const QColor& c)
 {
-    return c.alpha() == 255 ? c.name()
-                            : QStringLiteral("rgba(%1, %2, %3, %4)").arg(c.red()).arg(c.green()).arg(c.blue()).arg(
-                                  c.alpha());
+    return c.alpha() == 255
+               ? c.name()
+               : QStringLiteral("rgba(%1, %2, %3, %4)").arg(c.red()).arg(c.green()).arg(c.blue()).arg(c.alpha());
 }
 
 } // namespace
@@ -391,7 +392,7 @@ void secondary(QWidget* widget)
 
 void toned(QWidget* widget, Tone tone)
 {
-    widget->setProperty("tone", tone == Tone::success ? u"success"_s
+    widget->setProperty("tone", tone == Tone::success   ? u"success"_s
                                 : tone == Tone::warning ? u"warning"_s
                                                         : u"accent"_s);
 }

@@ -17,21 +17,22 @@ enum class Scheme { light, dark };
 
 // Every colour of the look, for one scheme. Texts keep a contrast of at least 4.5:1 on the backgrounds they are
 // drawn on; official figures are drawn on white in both schemes.
-struct Colors {
-    QColor window;        // the window behind everything
-    QColor surface;       // cards, fields and buttons
-    QColor control;       // answer rows and pool cards
+struct Colors
+{
+    QColor window;  // the window behind everything
+    QColor surface; // cards, fields and buttons
+    QColor control; // answer rows and pool cards
     QColor text;
     QColor secondaryText; // captions, notes and counts
     QColor border;        // buttons and fields
     QColor divider;       // cards, rules and quiet outlines
     QColor track;         // the empty part of a progress bar
     QColor hover, pressed;
-    QColor accent;        // filled buttons, selection and progress
+    QColor accent; // filled buttons, selection and progress
     QColor accentHover, accentPressed;
-    QColor onAccent;      // text on the accent
-    QColor accentText;    // links, flat buttons and answer letters
-    QColor focus;         // the focus outline of a filled button
+    QColor onAccent;   // text on the accent
+    QColor accentText; // links, flat buttons and answer letters
+    QColor focus;      // the focus outline of a filled button
     QColor accentDisabled, onAccentDisabled;
     QColor success, successText; // a correct answer, a passed exam
     QColor warning, warningText; // a flagged question, a failed exam, pool warnings

@@ -15,8 +15,8 @@ void unnamed(QAccessibleInterface* node, const QString& screen, QStringList& fou
 {
     using A = QAccessible;
     static const QSet<A::Role> holding{A::EditableText, A::Slider, A::ComboBox, A::SpinBox};
-    static const QSet<A::Role> pressed{A::PushButton, A::CheckBox, A::RadioButton, A::List, A::ButtonMenu,
-                                       A::ButtonDropDown, A::ButtonDropGrid, A::Table};
+    static const QSet<A::Role> pressed{A::PushButton, A::CheckBox,       A::RadioButton,    A::List,
+                                       A::ButtonMenu, A::ButtonDropDown, A::ButtonDropGrid, A::Table};
     if (!node || node->state().invisible)
         return;
     auto* widget = qobject_cast<QWidget*>(node->object());

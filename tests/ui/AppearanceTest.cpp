@@ -1,9 +1,9 @@
 // The appearance: text contrast of both schemes, the desktop's colour-scheme preference followed over a real D-Bus
 // session bus (a fake settings portal on its own thread), the View menu's choice kept in the settings, and open
 // screens repainted in the new scheme at once. The dark screens are photographed.
+#include "ui/Appearance.h"
 #include "UiHarness.h"
 #include "store/Settings.h"
-#include "ui/Appearance.h"
 #include "ui/CardButton.h"
 
 #include <QDBusConnection>
@@ -81,7 +81,8 @@ public:
     ~PrivateBus()
     {
         QThread* here = QThread::currentThread();
-        QMetaObject::invokeMethod(&portal, [this, here] { portal.moveToThread(here); }, Qt::BlockingQueuedConnection);
+        QMetaObject::invokeMethod(
+            &portal, [this, here] { portal.moveToThread(here); }, Qt::BlockingQueuedConnection);
         m_thread.quit();
         m_thread.wait();
         m_appSide.reset();
@@ -172,9 +173,12 @@ private slots:
         // value announced | scheme shown after it (other settings and groups are not the colour scheme)
         const QString group = u"org.freedesktop.appearance"_s, key = u"color-scheme"_s;
         const QList<std::tuple<QString, QString, uint, QColor>> changes{
-            {group, key, 2, light.window},         {group, key, 1, dark.window},
-            {group, u"accent-color"_s, 0, dark.window}, {u"org.gnome.desktop.interface"_s, key, 0, dark.window},
-            {group, key, 0, light.window},         {group, key, 1, dark.window}};
+            {group, key, 2, light.window},
+            {group, key, 1, dark.window},
+            {group, u"accent-color"_s, 0, dark.window},
+            {u"org.gnome.desktop.interface"_s, key, 0, dark.window},
+            {group, key, 0, light.window},
+            {group, key, 1, dark.window}};
         for (const auto& [group, key, value, window] : changes) {
             bus.announce(group, key, value);
             QTest::qWait(100);

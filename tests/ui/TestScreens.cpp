@@ -5,9 +5,9 @@
 #include "UiHarness.h"
 #include "store/Settings.h"
 #include "ui/CardButton.h"
-#include "ui/ElidedLabel.h"
 #include "ui/DiagramReviewView.h"
 #include "ui/DiagramView.h"
+#include "ui/ElidedLabel.h"
 #include "ui/HelpView.h"
 #include "ui/LearnView.h"
 #include "ui/ResultView.h"
@@ -100,8 +100,9 @@ private slots:
         QCOMPARE(h.store->session()->answers.size(), 2);
         // From the first paint of a resumed session, the answers are in the learner's text size.
         for (const char* part : {"text", "letter"})
-            QCOMPARE(QFontInfo(h.visible(u"answer-0"_s)->findChild<QLabel*>(QLatin1StringView(part))->font()).pixelSize(),
-                     h.visible<QSlider>(u"textSize"_s)->value());
+            QCOMPARE(
+                QFontInfo(h.visible(u"answer-0"_s)->findChild<QLabel*>(QLatin1StringView(part))->font()).pixelSize(),
+                h.visible<QSlider>(u"textSize"_s)->value());
 
         // Back to the first question, then A–D and → through the rest: five wrong, the last one left unanswered.
         h.key(Qt::Key_Left);
@@ -306,27 +307,29 @@ private slots:
         const auto check = [&](const QStringList& studied) {
             QStringList shown;
             QList<QRect> places;
-            for (auto* card : h.root->findChildren<CardButton*>()) {
-                if (!card->isVisible() || !card->objectName().startsWith("poolCard-"_L1))
-                    continue;
-                shown << card->objectName().section(u'-', 1, 1);
+            for (auto* card : h.root->findChildren<CardButton*>(QRegularExpression(u"^poolCard-"_s))) {
                 const QRect place(card->mapTo(h.root.get(), QPoint()), card->size());
-                for (const QRect& other : places)
+                if (!card->isVisible())
+                    continue;
+                for (const QRect& other : std::as_const(places))
                     QVERIFY(!other.intersects(place));
                 places << place;
+                shown << card->objectName().section(u'-', 1, 1);
             }
             QCOMPARE(shown, studied);
             for (const QString& level : LearnView::levels()) {
                 QWidget* box = h.visible(u"completed-"_s + level);
-                const QPoint centre = box->mapTo(h.root.get(), box->rect().center());
-                QWidget* top = h.root->childAt(centre);
+                QWidget* top = h.root->childAt(box->mapTo(h.root.get(), box->rect().center()));
                 QVERIFY2(top == box || box->isAncestorOf(top), qPrintable(level));
             }
         };
-        check({u"technician"_s, u"general"_s, u"extra"_s});
-        QStringList studied{u"technician"_s, u"general"_s, u"extra"_s};
-        for (const QString& level : LearnView::levels()) {
+        const auto tick = [&](const QString& level) {
             QTest::mouseClick(h.visible(u"completed-"_s + level), Qt::LeftButton);
+        };
+        QStringList studied = LearnView::levels();
+        check(studied);
+        for (const QString& level : LearnView::levels()) {
+            tick(level);
             studied.removeOne(level);
             check(studied);
         }
@@ -334,9 +337,8 @@ private slots:
         check({u"technician"_s, u"extra"_s});
         h.store->select(ada);
         check({});
-        for (const QString& level : LearnView::levels())
-            QTest::mouseClick(h.visible(u"completed-"_s + level), Qt::LeftButton);
-        check({u"technician"_s, u"general"_s, u"extra"_s});
+        std::for_each(LearnView::levels().cbegin(), LearnView::levels().cend(), tick);
+        check(LearnView::levels());
     }
 
     void sectionsStartAfreshWhenShownAgain()
@@ -386,19 +388,16 @@ private slots:
         // Typing narrows the list to the question searched for; Enter goes there.
         auto* filter = popup->findChild<QLineEdit*>(u"jumpFilter"_s);
         QTest::keyClicks(filter, questions.last().id.toLower());
-        qsizetype shown = 0;
-        for (int i = 0; i < list->count(); ++i)
-            shown += list->item(i)->isHidden() ? 0 : 1;
-        QCOMPARE(shown, 1);
+        const QList<QListWidgetItem*> all = list->findItems(u"*"_s, Qt::MatchWildcard);
+        QCOMPARE(std::count_if(all.cbegin(), all.cend(), [](auto* item) { return !item->isHidden(); }), 1);
         QTest::keyClick(filter, Qt::Key_Return);
         QCOMPARE(h.store->session()->index, 408);
         QVERIFY(!QApplication::activePopupWidget());
         // The list opens at the question on screen; Up and Down move through it from the search field.
         popup = open();
         filter = popup->findChild<QLineEdit*>(u"jumpFilter"_s);
-        QTest::keyClick(filter, Qt::Key_Up);
-        QTest::keyClick(filter, Qt::Key_Up);
-        QTest::keyClick(filter, Qt::Key_Return);
+        for (Qt::Key key : {Qt::Key_Up, Qt::Key_Up, Qt::Key_Return})
+            QTest::keyClick(filter, key);
         QCOMPARE(h.store->session()->index, 406);
     }
 
