@@ -1,4 +1,5 @@
-// Shared set-up of store tests: the pack on disk, fresh storage folders, a fake clock and question look-ups.
+// Shared set-up of store tests: the pack on disk, fresh storage folders, a fake clock and question look-ups. All of
+// it is inline, in this header.
 #pragma once
 
 #include "Fixtures.h"

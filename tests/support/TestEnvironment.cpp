@@ -32,12 +32,6 @@ void TestEnvironment::prepare()
     QCoreApplication::setApplicationName(Settings::application);
 }
 
-QString TestEnvironment::freshFolder(QTemporaryDir& dir)
-{
-    Q_ASSERT(dir.isValid());
-    return dir.path();
-}
-
 void TestRegistry::add(const char* name, std::function<std::unique_ptr<QObject>()> make)
 {
     registry().emplace(QString::fromLatin1(name), std::move(make));

@@ -13,8 +13,6 @@ class TestEnvironment
 public:
     // Call once per test program, before anything reads settings or standard paths.
     static void prepare();
-    // A fresh temporary folder for one test.
-    static QString freshFolder(QTemporaryDir& dir);
 };
 
 // One program per subsystem links much faster than one per test class: each class registers itself with

@@ -1,2 +1,0 @@
-// Shared set-up of store tests; everything is inline in the header.
-#include "StoreFixtures.h"
