@@ -10,7 +10,6 @@
 
 #include <QGuiApplication>
 #include <QSignalSpy>
-#include <QTest>
 
 using namespace OfficialUpdates;
 using FD = FixtureDocuments;
@@ -58,11 +57,8 @@ class PoolUpdateTest : public QObject
     static QString check(Store& store)
     {
         store.setRefresher([](const Pack& pack, const Corrections& corrections) {
-            return refresh(pack, corrections, download,
-                           [](const QByteArray& data, const QUrl& source, const QString& level, const Corrections& c) {
-                               return parse(data, source, level, c);
-                           },
-                           "2026-11-23");
+            return refresh(
+                pack, corrections, download, [](const auto&... a) { return parse(a...); }, "2026-11-23");
         });
         QSignalSpy finished(&store, &Store::updateCheckFinished);
         store.checkUpdates();

@@ -34,7 +34,6 @@ struct FixtureDocuments
     {
         return QUrl::fromEncoded("https://www.ncvec.org/downloads/" + name.toUtf8().toPercentEncoding());
     }
-    static QUrl technicianSource() { return source("2026-2030 Technician Pool Public Release Feb 19 2026.docx"); }
 
     // A white sheet of 700 by 600 pixels per caption, each cell holding a small drawing above its caption.
     static QImage sheet(const QStringList& captions);
