@@ -115,12 +115,11 @@ private slots:
                       download = "The official NCVEC source could not be downloaded.",
                       format = "The official source format has changed or failed validation. The installed "
                                "pools were kept.";
-        const QByteArray whole = Fixtures::readFile(m_root.filePath(m_document));
+        const QByteArray whole = Fixtures::readFile(m_root.filePath(m_document)), half = whole.left(whole.size() / 2);
         const QList<std::pair<std::function<void()>, QString>> failures{
             {[&] { QFile::remove(m_root.filePath("index.php/2026-2030-technician-question-pool.html")); }, download},
             {[&] { QFile::remove(m_root.filePath(m_document)), write(m_document, ""); }, download},
-            {[&] { QFile::remove(m_root.filePath(m_document)), write(m_document, whole.left(whole.size() / 2)); },
-             format},
+            {[&] { QFile::remove(m_root.filePath(m_document)), write(m_document, half); }, format},
             {[&] { write("index.php/amateur-question-pools.html", "<a href=\"/index.php/mission-statement\">M</a>"); },
              format},
             {[&] { techPage("https://files.example.org/" + m_document); }, format},
