@@ -115,9 +115,8 @@ private slots:
         QAtomicInt fetches = 0;
         const auto fetch = [&] { return ++fetches, AppRelease::fetch(); };
         // The store already offers an earlier release: a success replaces the offer, a failure keeps it.
-        QTemporaryDir dir;
-        Fixtures::writeFile(dir.filePath(u"pools.json"_s), Fixtures::threeLevelPack().toBytes());
-        Store store(dir.filePath(u"pools.json"_s), dir.filePath(u"storage"_s));
+        QTemporaryDir storage;
+        Store store(Fixtures::sourcePackPath(), storage.path());
         QSignalSpy finished(&store, &Store::releaseCheckFinished);
         store.setReleaseFetcher([] { return AppRelease{u"98.0.0"_s, 1, page}; });
         store.checkApplicationUpdates();
@@ -127,8 +126,7 @@ private slots:
         QVERIFY(store.checkingApp());
         QCOMPARE(store.appUpdateStatus(), u"Checking for application updates…"_s);
         store.checkApplicationUpdates(); // a check already runs: no second one
-        QVERIFY(finished.wait(10000));
-        QVERIFY(!store.checkingApp());
+        QVERIFY(finished.wait(10000) && !store.checkingApp());
         const bool failed = !outcome.startsWith(u"Aerowen"_s), newer = outcome.endsWith(u"update."_s);
         const QString status = failed ? u"Application update check unavailable. Try again later."_s : outcome;
         QVERIFY2(failed ? thrown.endsWith(outcome) : thrown.isEmpty(), qPrintable(thrown));

@@ -10,7 +10,6 @@
 
 #include <QGuiApplication>
 #include <QSignalSpy>
-#include <QTest>
 
 using namespace OfficialUpdates;
 using FD = FixtureDocuments;
@@ -58,11 +57,8 @@ class PoolUpdateTest : public QObject
     static QString check(Store& store)
     {
         store.setRefresher([](const Pack& pack, const Corrections& corrections) {
-            return refresh(pack, corrections, download,
-                           [](const QByteArray& data, const QUrl& source, const QString& level, const Corrections& c) {
-                               return parse(data, source, level, c);
-                           },
-                           "2026-11-23");
+            return refresh(
+                pack, corrections, download, [](const auto&... a) { return parse(a...); }, "2026-11-23");
         });
         QSignalSpy finished(&store, &Store::updateCheckFinished);
         store.checkUpdates();
@@ -119,12 +115,11 @@ private slots:
                       download = "The official NCVEC source could not be downloaded.",
                       format = "The official source format has changed or failed validation. The installed "
                                "pools were kept.";
-        const QByteArray whole = Fixtures::readFile(m_root.filePath(m_document));
+        const QByteArray whole = Fixtures::readFile(m_root.filePath(m_document)), half = whole.left(whole.size() / 2);
         const QList<std::pair<std::function<void()>, QString>> failures{
             {[&] { QFile::remove(m_root.filePath("index.php/2026-2030-technician-question-pool.html")); }, download},
             {[&] { QFile::remove(m_root.filePath(m_document)), write(m_document, ""); }, download},
-            {[&] { QFile::remove(m_root.filePath(m_document)), write(m_document, whole.left(whole.size() / 2)); },
-             format},
+            {[&] { QFile::remove(m_root.filePath(m_document)), write(m_document, half); }, format},
             {[&] { write("index.php/amateur-question-pools.html", "<a href=\"/index.php/mission-statement\">M</a>"); },
              format},
             {[&] { techPage("https://files.example.org/" + m_document); }, format},

@@ -1,42 +1,31 @@
 // Quitting while a check cannot finish: the draft is saved and the process is gone within two seconds, its
 // child processes with it.
+#include "support/Fixtures.h"
 #include "support/TestEnvironment.h"
-
-#include "model/Learner.h"
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QProcess>
-#include <QTemporaryDir>
-#include <QTest>
 #include <csignal>
 
 namespace {
 
 // A site that accepts every connection and never answers: curl, and the release request, wait on it forever.
 const char* silentSite = R"(
-import socket, sys
-s = socket.socket(); s.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-s.bind(("127.0.0.1", 0)); s.listen(64)
+import socket
+s, held = socket.create_server(("127.0.0.1", 0), backlog=64), []
 print(s.getsockname()[1], flush=True)
-held = []
-while True:
-    c, _ = s.accept(); held.append(c); print("accepted", flush=True)
+while True: held.append(s.accept()[0]); print("accepted", flush=True)
 )";
 
 // Processes still running whose command line names the silent site's port (a curl left behind).
 QStringList childrenOf(int port)
 {
     QStringList found;
-    const QString needle = QStringLiteral(":%1/").arg(port);
-    for (const QString& pid : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
-        QFile cmdline(QStringLiteral("/proc/%1/cmdline").arg(pid));
-        if (cmdline.open(QIODevice::ReadOnly)) {
-            const QString text = QString::fromUtf8(cmdline.readAll().replace('\0', ' '));
-            if (text.contains(needle) && text.contains(QLatin1StringView("curl")))
-                found.append(text);
-        }
+    for (const QString& pid : QDir("/proc").entryList(QDir::Dirs)) {
+        const QString text = QString::fromUtf8(Fixtures::readFile("/proc/" + pid + "/cmdline").replace('\0', ' '));
+        if (text.contains(QStringLiteral(":%1/").arg(port)) && text.contains("curl"))
+            found.append(text);
     }
     return found;
 }
@@ -50,23 +39,22 @@ class QuitTest : public QObject
 private slots:
     void quitDuringAHangingCheckSavesAndEndsAtOnce()
     {
-        QProcess site;
-        site.start(QStringLiteral("python3"), {QStringLiteral("-c"), QString::fromLatin1(silentSite)});
+        QProcess site; // killed when it goes out of scope
+        site.start("python3", {"-c", QString::fromLatin1(silentSite)});
         QVERIFY(site.waitForReadyRead(10000));
         const int port = site.readLine().trimmed().toInt();
         QVERIFY(port > 0);
 
-        const QList<int> ways{SIGTERM, SIGINT, SIGHUP, 0}; // 0: the window is closed
         for (int run = 0; run < 20; ++run) {
-            const int way = ways.at(run % ways.size());
+            const int way = QList{SIGTERM, SIGINT, SIGHUP, 0}.at(run % 4); // 0: the window is closed
             QTemporaryDir home;
             QProcess app;
             QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-            environment.insert(QStringLiteral("HOME"), home.path());
-            environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+            environment.insert("HOME", home.path());
+            environment.insert("QT_QPA_PLATFORM", "offscreen");
             app.setProcessEnvironment(environment);
             app.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-            app.start(QStringLiteral(QUIT_LAUNCHER), {QString::number(port)});
+            app.start(QUIT_LAUNCHER, {QString::number(port)});
             QVERIFY(app.waitForReadyRead(20000));
             const QString folder = QString::fromUtf8(app.readLine().trimmed());
             // The launch check has reached the site and waits for an answer that never comes.
@@ -80,20 +68,14 @@ private slots:
                 ::kill(pid_t(app.processId()), way);
             else
                 app.write("close\n");
-            QVERIFY2(app.waitForFinished(2000), qPrintable(QStringLiteral("run %1 still running").arg(run)));
-            QVERIFY(clock.elapsed() < 2000);
+            QVERIFY2(app.waitForFinished(2000) && clock.elapsed() < 2000, qPrintable(QString("run %1").arg(run)));
             QCOMPARE(app.exitStatus(), QProcess::NormalExit);
             QCOMPARE(app.exitCode(), 0);
-
-            QFile progress(folder + QStringLiteral("/progress.json"));
-            QVERIFY(progress.open(QIODevice::ReadOnly));
-            const Saved saved = Saved::fromBytes(progress.readAll());
+            const Saved saved = Saved::fromBytes(Fixtures::readFile(folder + "/progress.json"));
             QCOMPARE(saved.drafts.size(), 1);
             QCOMPARE(saved.drafts.first().answers.size(), 1);
             QCOMPARE(childrenOf(port), QStringList());
         }
-        site.kill();
-        site.waitForFinished();
     }
 };
 

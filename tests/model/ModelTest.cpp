@@ -115,12 +115,9 @@ private slots:
         QCOMPARE(without[u"profiles"_s][1][u"completedLevels"_s], QJsonValue(QJsonArray()));
         QCOMPARE(Saved::fromJson(without), saved);
         // Sets are written sorted, so that the same records always make the same file.
-        saved.bookmarks.clear();
-        for (const char* key : {"k|T1A07", "k|T1A02", "k|T1A09", "k|T1A01", "k|T1A05", "k|T1A03", "k|T1A08"})
-            saved.bookmarks.insert(QString::fromLatin1(key));
+        saved.bookmarks = {u"T1A07"_s, u"T1A02"_s, u"T1A09"_s, u"T1A01"_s, u"T1A05"_s, u"T1A03"_s, u"T1A08"_s};
         QCOMPARE(saved.toJson()[u"bookmarks"_s].toArray(),
-                 QJsonArray::fromStringList({u"k|T1A01"_s, u"k|T1A02"_s, u"k|T1A03"_s, u"k|T1A05"_s, u"k|T1A07"_s,
-                                             u"k|T1A08"_s, u"k|T1A09"_s}));
+                 QJsonArray({"T1A01", "T1A02", "T1A03", "T1A05", "T1A07", "T1A08", "T1A09"}));
     }
 
     void validateAppliesEveryRule_data()
@@ -149,17 +146,15 @@ private slots:
         QTest::newRow("technician questions in general pool") << Mutation([](Pack& p) { p.pools[0].level = u"general"_s; });
         QTest::newRow("three answers") << Mutation([](Pack& p) { p.pools[0].questions[0].answers.removeLast(); });
         QTest::newRow("five answers") << Mutation([](Pack& p) { p.pools[0].questions[0].answers.append(u"E"_s); });
-        QTest::newRow("correct 4") << Mutation([](Pack& p) { p.pools[0].questions[0].correct = 4; });
-        QTest::newRow("correct -1") << Mutation([](Pack& p) { p.pools[0].questions[0].correct = -1; });
+        for (int c : {4, -1})
+            QTest::addRow("correct %d", c) << Mutation([c](Pack& p) { p.pools[0].questions[0].correct = c; });
         QTest::newRow("empty prompt") << Mutation([](Pack& p) { p.pools[0].questions[0].prompt.clear(); });
         QTest::newRow("empty answer") << Mutation([](Pack& p) { p.pools[0].questions[0].answers[3].clear(); });
         QTest::newRow("group differs from id") << Mutation([](Pack& p) { p.pools[0].questions[0].group = u"T1B"_s; });
         QTest::newRow("figure without asset") << Mutation([](Pack& p) { p.pools[0].questions[1].figure = u"T2.png"_s; });
         QTest::newRow("asset key with slash") << Mutation([](Pack& p) { p.assets.insert(u"figs/T1.png"_s, u"AAAA"_s); });
-        QTest::newRow("asset length") << Mutation([](Pack& p) { p.assets.insert(u"x.png"_s, u"AAAAA"_s); });
-        QTest::newRow("asset line break") << Mutation([](Pack& p) { p.assets.insert(u"x.png"_s, u"AA\nA"_s); });
-        QTest::newRow("asset inner padding") << Mutation([](Pack& p) { p.assets.insert(u"x.png"_s, u"AAA=A==="_s); });
-        QTest::newRow("asset first character") << Mutation([](Pack& p) { p.assets.insert(u"x.png"_s, u"*AAA"_s); });
+        for (const char* data : {"AAAAA", "AA\nA", "AAA=A===", "*AAA"}) // length, line break, padding, first character
+            QTest::addRow("asset '%s'", data) << Mutation([=](Pack& p) { p.assets.insert("x.png", data); });
         // clang-format on
     }
     void validateAppliesEveryRule()

@@ -2,7 +2,6 @@
 #include "FixtureDocuments.h"
 
 #include "Fixtures.h"
-#include "model/Pack.h"
 
 #include <QBuffer>
 #include <QPainter>

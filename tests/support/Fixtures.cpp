@@ -55,22 +55,19 @@ QByteArray readFile(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-static QJsonValue editedValue(const QJsonValue& node, QStringList path, const std::function<void(QJsonObject&)>& edit)
+static QJsonValue editedValue(const QJsonValue& node, const QStringList& path,
+                              const std::function<void(QJsonObject&)>& edit)
 {
-    if (path.isEmpty()) {
-        QJsonObject object = node.toObject();
-        edit(object);
-        return object;
-    }
-    const QString step = path.takeFirst();
-    if (node.isArray()) {
-        QJsonArray list = node.toArray();
-        list[step.toInt()] = editedValue(list.at(step.toInt()), path, edit);
-        return list;
-    }
     QJsonObject object = node.toObject();
-    object.insert(step, editedValue(object.value(step), path, edit));
-    return object;
+    QJsonArray list = node.toArray();
+    const QString step = path.value(0);
+    if (path.isEmpty())
+        edit(object);
+    else if (node.isArray())
+        list[step.toInt()] = editedValue(list.at(step.toInt()), path.mid(1), edit);
+    else
+        object.insert(step, editedValue(object.value(step), path.mid(1), edit));
+    return path.isEmpty() || !node.isArray() ? QJsonValue(object) : QJsonValue(list);
 }
 
 QJsonObject editedJson(const QJsonObject& root, const QString& path, const std::function<void(QJsonObject&)>& edit)

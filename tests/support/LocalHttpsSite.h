@@ -1,18 +1,15 @@
 // A local HTTPS web site for tests: a folder served on 127.0.0.1 with a certificate made at test time.
 #pragma once
 
+#include "Fixtures.h"
+
 #include <QProcess>
-#include <QString>
-#include <QStringList>
 #include <QTemporaryDir>
 
-class LocalHttpsSite
+class LocalHttpsSite // not copyable, as its members are not
 {
 public:
-    LocalHttpsSite() = default;
     ~LocalHttpsSite();
-    LocalHttpsSite(const LocalHttpsSite&) = delete;
-    LocalHttpsSite& operator=(const LocalHttpsSite&) = delete;
 
     // Serves root (NAME.html also answers NAME; NAME.redirect answers 302). In served HTML pages, "ncvec.org" is
     // replaced by replacementHost when one is given. Points curl (CURL_CA_BUNDLE) at the certificate, valid for
@@ -22,7 +19,7 @@ public:
     int port() const { return m_port; }
     QString certificatePath() const { return m_dir.filePath(QStringLiteral("cert.pem")); }
     // Request targets received so far, in order, one a line.
-    QString requests() const;
+    QString requests() const { return QString::fromUtf8(Fixtures::readFile(m_dir.filePath("requests.log"))); }
 
 private:
     QTemporaryDir m_dir;
