@@ -1,6 +1,7 @@
 // Access without sight or mouse: every control of every screen has an accessible name, Enter and Space press the
 // focused button or card, and Tab moves through each screen in reading order.
 #include "UiHarness.h"
+#include "ui/DiagramReviewView.h"
 #include "ui/DiagramView.h"
 
 #include <QAccessible>
@@ -54,6 +55,12 @@ private slots:
             h.root->setTab(tab);
             check(tab, h.root.get());
         }
+        h.root->setTab(u"Updates"_s);
+        h.click(u"testDiagramReview"_s);
+        auto* review = h.root->findChild<DiagramReviewView*>();
+        QVERIFY(review);
+        check(u"diagram review"_s, review);
+        review->reject();
         h.startFromLearn(u"Study All"_s, u"Ada"_s);
         check(u"question"_s, h.root.get());
         h.store->answer(0);
