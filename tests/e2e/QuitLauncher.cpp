@@ -1,5 +1,6 @@
 // The application as its main starts it, pointed at a local site that the quit test controls. Prints the storage
-// folder once a named learner's exam is open; the line "close" on standard input closes the window.
+// folder once the exam of the learner named by the second argument is open and answered; the line "close" on standard
+// input closes the window.
 #include "support/TestEnvironment.h"
 
 #include "appupdate/AppRelease.h"
@@ -24,8 +25,9 @@ int main(int argc, char** argv)
     AerowenApp aerowen(app);
     aerowen.handleTerminationSignals();
     Store& store = aerowen.store();
-    store.addProfile(QStringLiteral("Ada"));
-    store.begin(store.studyPools().first(), QStringLiteral("Exam"), QStringLiteral("Ada"), false, QString());
+    const QString name = app.arguments().value(2);
+    store.addProfile(name);
+    store.begin(store.studyPools().first(), QStringLiteral("Exam"), name, false, QString());
     store.answer(0);
 
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);

@@ -1,7 +1,7 @@
 // The screens in the main window, driven as a learner does: a whole exam from the keyboard, the study loop and saved
 // sessions, the result screen's texts, the question and diagram screens, sections and body rules with the status
 // alert, the session set-up, the learner's records in progress, top 10, history and profiles, help, the sample diagram
-// review, and the open session saved when a signal ends the application. Every screen is photographed.
+// review. Every screen is photographed.
 #include "UiHarness.h"
 #include "store/Settings.h"
 #include "ui/CardButton.h"
@@ -19,8 +19,6 @@
 #include <QScreen>
 #include <QScrollArea>
 #include <QSlider>
-#include <QTimer>
-#include <csignal>
 
 namespace {
 
@@ -658,44 +656,6 @@ private slots:
         HelpView missing(*h.store);
         QCOMPARE(texts(&missing, {u"userGuide"_s}), u"The user guide could not be loaded."_s);
         Q_INIT_RESOURCE(builtin);
-    }
-
-    // Last, since it ends the application's event loop for real.
-    void zSignalSavesTheOpenSession_data() { rows({"SIGTERM#Ada", "SIGHUP#Ada", "SIGINT#Ada", "SIGTERM#Guest"}); }
-
-    void zSignalSavesTheOpenSession()
-    {
-        const QStringList f = fetchRow();
-        const QString name = f[1];
-        const int signal = f[0] == "SIGHUP"_L1 ? SIGHUP : f[0] == "SIGINT"_L1 ? SIGINT : SIGTERM;
-        // The application's store keeps its data under the home folder: make that a throw-away one.
-        QTemporaryDir home;
-        qputenv("HOME", home.path().toUtf8());
-        QString folder;
-        QUuid session;
-        {
-            AerowenApp app(*qApp);
-            app.handleTerminationSignals();
-            Store& store = app.store();
-            folder = store.folder();
-            QVERIFY(folder.startsWith(home.path()));
-            store.setRefresher([](const Pack& pack, const Corrections&) { return pack; });
-            store.setReleaseFetcher([] { return AppRelease{u"1.0.2"_s, 9, QString()}; });
-            double now = 100;
-            store.setClock([&now] { return now; });
-            store.addProfile(name);
-            store.begin(store.studyPools().first(), u"Exam"_s, name, true, QString());
-            session = store.session()->id;
-            store.answer(2);
-            now += 500; // only the save on the way out knows about this time
-            QTimer::singleShot(200, [signal] { ::raise(signal); });
-            QCOMPARE(QApplication::exec(), 0); // a signal turns into an ordinary quit
-        }
-        const QList<Session> drafts = Store(std::nullopt, folder).saved().drafts;
-        QCOMPARE(drafts.size(), name == "Guest"_L1 ? 0 : 1);
-        if (!drafts.isEmpty())
-            QCOMPARE(std::tuple(drafts.first().id, drafts.first().answers.size(), drafts.first().elapsed),
-                     std::tuple(session, qsizetype(1), 500.0));
     }
 };
 
