@@ -54,15 +54,17 @@ QList<Marker> answerMarkers(const QString& inner)
     return markers;
 }
 
-struct ParsedQuestions
-{
-    QList<Question> questions;
-    QSet<QString> referenced;
-};
+} // namespace
 
-ParsedQuestions questionsOf(const QString& body)
+PoolText readPoolText(const QString& text)
 {
-    ParsedQuestions parsed;
+    const QList<QStringList> first = matches(firstQuestionPattern, text);
+    if (first.isEmpty())
+        throw UpdateError(UpdateError::format);
+    const QString body = text.mid(text.indexOf(first.first().at(0)));
+    PoolText parsed;
+    for (const QStringList& heading : matches(subelementHeadingPattern, text))
+        parsed.topics.insert(heading.at(1), heading.at(2));
     static const QString letters = QStringLiteral("ABCD");
     for (const QStringList& block : matches(questionBlockPattern, body)) {
         const QString& id = block.at(1);
@@ -96,6 +98,8 @@ ParsedQuestions questionsOf(const QString& body)
     return parsed;
 }
 
+namespace {
+
 QString levelName(const QString& level)
 {
     if (level == QLatin1StringView("extra"))
@@ -124,11 +128,7 @@ Pack parse(const QByteArray& data, const QUrl& source, const QString& level, con
     const QString text =
         readParagraphs(member(document.path(), QStringLiteral("word/document.xml"))).join(QLatin1Char('\n'));
 
-    const QList<QStringList> first = matches(firstQuestionPattern, text);
-    if (first.isEmpty())
-        throw UpdateError(UpdateError::format);
-    const QString body = text.mid(text.indexOf(first.first().at(0)));
-    ParsedQuestions parsed = questionsOf(body);
+    PoolText parsed = readPoolText(text);
 
     const QStringList targets =
         readRelationships(member(document.path(), QStringLiteral("word/_rels/document.xml.rels")));
@@ -155,10 +155,6 @@ Pack parse(const QByteArray& data, const QUrl& source, const QString& level, con
             q.figure = figures.figures.value(*q.figure);
     }
 
-    QMap<QString, QString> topics;
-    for (const QStringList& heading : matches(subelementHeadingPattern, text))
-        topics.insert(heading.at(1), heading.at(2));
-
     const bool extra = level == QLatin1StringView("extra");
     Pool pool;
     pool.id = level + QLatin1Char('-') + QString::number(start) + QLatin1Char('-') + revisionDate + QLatin1Char('-') +
@@ -172,7 +168,7 @@ Pack parse(const QByteArray& data, const QUrl& source, const QString& level, con
     pool.examCount = extra ? 50 : 35;
     pool.passCount = extra ? 37 : 26;
     pool.source = source.toString(QUrl::FullyEncoded);
-    pool.topics = topics;
+    pool.topics = parsed.topics;
     pool.questions = parsed.questions;
 
     Pack pack;

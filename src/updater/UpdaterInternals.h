@@ -24,6 +24,17 @@ QStringList readParagraphs(const QByteArray& xml);
 // The embedded image targets of word/_rels/document.xml.rels, in file order. Throws UpdateError::format.
 QStringList readRelationships(const QByteArray& xml);
 
+// What the text of a pool document holds: its questions from the first one on (prompt, answers, key, reference and
+// the figure label the prompt names), the labels named, and the subelement headings' topics.
+struct PoolText
+{
+    QList<Question> questions;
+    QSet<QString> referenced;
+    QMap<QString, QString> topics;
+};
+// Reads the document's text, its paragraphs joined by line ends. Throws UpdateError::format.
+PoolText readPoolText(const QString& text);
+
 // The downloaded document on disk for the length of one parse; removed when it goes out of scope.
 class TemporaryDocument
 {
