@@ -21,6 +21,7 @@ class PoolUpdateTest : public QObject
     const QString m_ncvec = KESTOVAN_SOURCE_DIR "/../shared/ncvec";
     const QString m_document = "downloads/2026-2030 Technician Pool and Syllabus Public Release Feb 19 2026.docx";
     QTemporaryDir m_root, m_data;
+    Saved m_progress = Saved::initial(); // a learner with a finished exam
     LocalHttpsSite m_site;
     QList<QStringList> m_curl; // the arguments of every curl run
 
@@ -80,6 +81,11 @@ private slots:
                 m_curl.append(arguments);
         });
         Fixtures::writeFile(m_data.filePath("pools.json"), Fixtures::threeLevelPack().toBytes());
+        const Pool pool = Fixtures::threeLevelPack().pools.first();
+        m_progress.profiles.append({QUuid::createUuid(), "Anna", {}});
+        Session exam(QUuid::createUuid(), m_progress.profiles.last().id, "Anna", pool, "Exam", QString(),
+                     pool.questions.mid(0, 3), {{pool.questions.first().id, 2}}, {}, {});
+        m_progress.results.append(Result{QUuid::createUuid(), exam, 817073160, 754});
     }
     void cleanupTestCase() { setProcessObserver({}); }
 
@@ -107,31 +113,138 @@ private slots:
                                               "https://www.localhost:" + QString::number(m_site.port()) +
                                                   "/index.php/amateur-question-pools"}));
         QVERIFY(!m_site.requests().contains("2022-2026")); // that period is over: its page was never asked for
+    }
 
-        // Failures keep the installed pools and their file.
-        const Pack pack = store.pack();
-        const QByteArray file = installed();
+    // Hostile files and answers, each met by a store over a learner's progress and installed pools: the store says
+    // what it says of them (nothing, where a bad file is simply not used), and every file stays byte for byte as it
+    // was; an unreadable progress file is also kept as its recovery copy.
+    void hostileInputsChangeNothing_data()
+    {
+        QTest::addColumn<std::function<void(const QString&)>>("change");
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<bool>("online"); // whether the store then checks the site
         const QString unavailable = "Update check unavailable. Your installed pools remain usable offline. ",
-                      download = "The official NCVEC source could not be downloaded.",
-                      format = "The official source format has changed or failed validation. The installed "
-                               "pools were kept.";
-        const QByteArray whole = Fixtures::readFile(m_root.filePath(m_document)), half = whole.left(whole.size() / 2);
-        const QList<std::pair<std::function<void()>, QString>> failures{
-            {[&] { QFile::remove(m_root.filePath("index.php/2026-2030-technician-question-pool.html")); }, download},
-            {[&] { QFile::remove(m_root.filePath(m_document)), write(m_document, ""); }, download},
-            {[&] { QFile::remove(m_root.filePath(m_document)), write(m_document, half); }, format},
-            {[&] { write("index.php/amateur-question-pools.html", "<a href=\"/index.php/mission-statement\">M</a>"); },
-             format},
-            {[&] { techPage("https://files.example.org/" + m_document); }, format},
-            // A redirect is not followed, even to a page of the same site.
-            {[&] { write("index.php/2026-2030-technician-question-pool.redirect", "/index.php/elsewhere"); }, format}};
-        for (const auto& [change, why] : failures) {
-            buildSite();
-            change();
-            QCOMPARE(check(store), unavailable + why);
-            QVERIFY(store.pack() == pack && installed() == file);
-        }
-        QVERIFY(!m_site.requests().contains("elsewhere"));
+                      download = unavailable + "The official NCVEC source could not be downloaded.",
+                      format = unavailable + "The official source format has changed or failed validation. The "
+                                             "installed pools were kept.",
+                      unreadable = "Saved progress could not be read. The original file has been preserved. ";
+        const auto row = [](const char* name, const QString& message, const std::function<void(const QString&)>& f) {
+            QTest::newRow(name) << f << message << message.startsWith("Update check");
+        };
+        const QString hostile = "downloads/2026-2030 Technician Hostile Mar 1 2026.docx";
+        // The Technician page links a document made of these members instead of the official one.
+        const auto document = [this, hostile](const QMap<QString, QByteArray>& members) {
+            write(hostile, FD::archive(members));
+            techPage("https://ncvec.org/" + hostile);
+        };
+        const QByteArray text = FD::documentXml(FD::poolLines("technician")), rels = FD::relationshipsXml({});
+        const auto declaring = [text](const QByteArray& doctype, const QByteArray& use) -> QByteArray {
+            return QByteArray(text).replace("?>\n", QByteArray("?>\n" + doctype + '\n')).replace("What is T1A01?", use);
+        };
+        row("XML with an external entity", format, [=](const QString&) {
+            document({{"word/document.xml",
+                       declaring("<!DOCTYPE w:document [<!ENTITY e SYSTEM \"/etc/hostname\">]>", "&e;")},
+                      {"word/_rels/document.xml.rels", rels}});
+        });
+        row("XML with nested entity expansion", format, [=](const QString&) {
+            QByteArray doctype = "<!DOCTYPE w:document [<!ENTITY a0 \"lol\">";
+            for (int i = 1; i < 10; ++i)
+                doctype += QStringLiteral("<!ENTITY a%1 \"%2\">")
+                               .arg(i)
+                               .arg(QString("&a%1;").arg(i - 1).repeated(10))
+                               .toUtf8();
+            document(
+                {{"word/document.xml", declaring(doctype + "]>", "&a9;")}, {"word/_rels/document.xml.rels", rels}});
+        });
+        row("a zip bomb member", format, [=](const QString&) {
+            // A whole valid pool padded with blanks past what any document text may take; it packs into a few KB.
+            const QByteArray padded = QByteArray(text).replace("</w:body>", QByteArray(QByteArray(31'000'000, ' ') + "</w:body>"));
+            document({{"word/document.xml", padded}, {"word/_rels/document.xml.rels", rels}});
+        });
+        row("a member name with ..", format, [=](const QString&) {
+            // Archived as word/xy/word/document.xml, then renamed in the archive's headers.
+            write(hostile, FD::archive({{"word/xy/word/document.xml", text}, {"word/_rels/document.xml.rels", rels}})
+                               .replace("word/xy/word/", "word/../word/"));
+            techPage("https://ncvec.org/" + hostile);
+        });
+        row("a document of 15 MB and 1 byte", download, [this](const QString&) {
+            QFile::remove(m_root.filePath(m_document));
+            write(m_document, QByteArray(15'000'001, 'x'));
+        });
+        row("HTTP 404", download, [this](const QString&) {
+            QFile::remove(m_root.filePath("index.php/2026-2030-technician-question-pool.html"));
+        });
+        row("HTTP 500", download,
+            [this](const QString&) { write("index.php/2026-2030-technician-question-pool.status", "500"); });
+        row("an empty document", download,
+            [this](const QString&) { QFile::remove(m_root.filePath(m_document)), write(m_document, ""); });
+        row("a document on another host", format,
+            [this](const QString&) { techPage("https://files.example.org/" + m_document); });
+        row("a redirect, even within the site", format, [this](const QString&) {
+            write("index.php/2026-2030-technician-question-pool.redirect", "/index.php/elsewhere");
+        });
+        row("a truncated document", format, [this](const QString&) {
+            const QByteArray whole = Fixtures::readFile(m_root.filePath(m_document));
+            QFile::remove(m_root.filePath(m_document)), write(m_document, whole.left(whole.size() / 2));
+        });
+        row("an index without pool pages", format, [this](const QString&) {
+            write("index.php/amateur-question-pools.html", "<a href=\"/index.php/mission-statement\">M</a>");
+        });
+        // Files of the storage folder.
+        const auto file = [](const QString& name, const QByteArray& bytes) {
+            return [=](const QString& storage) { Fixtures::writeFile(storage + '/' + name, bytes); };
+        };
+        Pack pack = Fixtures::threeLevelPack();
+        pack.pools.first().revision = "2026-12-01"; // newer than the built-in one: it would be used if it were valid
+        pack.pools.first().questions[7].correct = 4;
+        row("an installed pack with an invalid answer key", "", file("official-pools.json", pack.toBytes()));
+        pack.pools.first().questions[7].correct = 1;
+        pack.schema = 2;
+        row("an installed pack of schema 2", "", file("official-pools.json", pack.toBytes()));
+        const QByteArray progress = m_progress.toBytes();
+        row("progress with no learners", unreadable + "The data is not valid.",
+            file("progress.json", R"({"profiles":[],"stats":{},"bookmarks":[],"drafts":[],"results":[]})"));
+        QByteArray wrongType = progress;
+        wrongType.replace("\"seconds\":754", "\"seconds\":\"754\"");
+        row("progress with a wrong type deep inside a result",
+            unreadable + "The data could not be read because “seconds” is not a number.",
+            file("progress.json", wrongType));
+        const QString notJson = unreadable + "The data could not be read because it is not valid JSON (";
+        row("progress cut off mid-way", notJson, file("progress.json", progress.left(progress.size() / 2)));
+        row("progress of 0 bytes", notJson, file("progress.json", ""));
+        DiagramReview review{std::nullopt, "docx", "https://www.ncvec.org/d/x.docx", "extra", "d1d1", {"sheet"},
+                             {"E6-1"},     {}};
+        row("a diagram review with broken Base64", "",
+            file("diagram-review.json", review.toBytes().replace("\"c2hlZXQ=\"", "\"c2hl*ZXQ=\"")));
+    }
+
+    void hostileInputsChangeNothing()
+    {
+        QFETCH(std::function<void(const QString&)>, change);
+        QFETCH(QString, message);
+        QFETCH(bool, online);
+        buildSite();
+        QTemporaryDir storage;
+        Fixtures::writeFile(storage.filePath("progress.json"), m_progress.toBytes());
+        Fixtures::writeFile(storage.filePath("official-pools.json"), Fixtures::threeLevelPack().toBytes());
+        change(storage.path());
+        const auto files = [&] {
+            QMap<QString, QByteArray> all;
+            for (const QString& name : QDir(storage.path()).entryList(QDir::Files))
+                all.insert(name, Fixtures::readFile(storage.filePath(name)));
+            return all;
+        };
+        const QMap<QString, QByteArray> before = files();
+        Store store(m_data.filePath("pools.json"), storage.path());
+        // A message ending in " (" is followed by the JSON reader's own account of where the text breaks.
+        const QString said = online && store.message().isEmpty() ? check(store) : store.message();
+        QCOMPARE(message.endsWith(" (") ? said.left(message.size()) : said, message);
+        QVERIFY(!message.endsWith(" (") || (said.endsWith(").") && said.size() > message.size() + 2));
+        QMap<QString, QByteArray> after = files();
+        for (const QString& copy : after.keys().filter("progress-unreadable-"))
+            QCOMPARE(after.take(copy), before.value("progress.json"));
+        QCOMPARE(after, before);
+        QCOMPARE(store.pack(), Fixtures::threeLevelPack());
     }
 
     void combinedFiguresGoThroughReview()

@@ -1,9 +1,10 @@
-// Child process of the crash-safety test: saves a large progress file over and over until killed.
+// Child process of the crash-safety test and benchmark: saves a large progress file over and over until killed.
 #include "support/Fixtures.h"
 
 #include "store/Store.h"
 
 #include <QCoreApplication>
+#include <cstdio>
 
 // Arguments: the storage folder and the pack whose pools fill the states.
 int main(int argc, char** argv)
@@ -28,6 +29,8 @@ int main(int argc, char** argv)
     }
     ProgressEncoder encoder;
     const QString path = QString::fromLocal8Bit(argv[1]) + QStringLiteral("/progress.json");
+    std::puts("saving"); // from here on every moment is part of a save
+    std::fflush(stdout);
     for (quint64 n = 0;; ++n)
         writeFileAtomically(path, encoder.encode(states[n % 2]));
 }

@@ -11,9 +11,10 @@ class LocalHttpsSite // not copyable, as its members are not
 public:
     ~LocalHttpsSite();
 
-    // Serves root (NAME.html also answers NAME; NAME.redirect answers 302). In served HTML pages, "ncvec.org" is
-    // replaced by replacementHost when one is given. Points curl (CURL_CA_BUNDLE) at the certificate, valid for
-    // localhost, www.localhost and 127.0.0.1. Returns why it could not start, or an empty text.
+    // Serves root (NAME.html also answers NAME; NAME.redirect answers 302; NAME.status answers its status code). In
+    // served HTML pages, "ncvec.org" is replaced by replacementHost when one is given. Points curl (CURL_CA_BUNDLE) at
+    // the certificate, valid for localhost, www.localhost and 127.0.0.1. Returns why it could not start, or an empty
+    // text.
     QString start(const QString& root, const QString& replacementHost = {});
 
     int port() const { return m_port; }

@@ -2,7 +2,8 @@
 # localhost, www.localhost and 127.0.0.1.
 # Arguments: root, a folder for the certificate (cert.pem, key.pem) and the request log (requests.log), and the host
 # to put in place of ncvec.org in served HTML pages ("-" to leave them unchanged).
-# Prints the chosen port on the first line of standard output. A file NAME.redirect answers 302 to its content.
+# Prints the chosen port on the first line of standard output. A file NAME.redirect answers 302 to its content, a
+# file NAME.status answers with the status code it holds.
 import http.server
 import os
 import ssl
@@ -36,6 +37,9 @@ class Handler(http.server.BaseHTTPRequestHandler):
         full = os.path.normpath(os.path.join(root, path.lstrip("/")))
         if full != root and not full.startswith(root + os.sep):
             return self.send(404, b"not found")
+        if os.path.isfile(full + ".status"):
+            with open(full + ".status", encoding="utf-8") as f:
+                return self.send(int(f.read().strip()), b"failed")
         if os.path.isfile(full + ".redirect"):
             with open(full + ".redirect", encoding="utf-8") as f:
                 target = f.read().strip()
