@@ -10,6 +10,7 @@ packages=(
     curl unzip
     zip openssl python3 xvfb xauth fonts-dejavu-core dbus-daemon
     dpkg-dev desktop-file-utils appstream
+    clang libfuzzer-14-dev libclang-rt-14-dev
 )
 
 missing=()
