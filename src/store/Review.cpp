@@ -11,15 +11,28 @@
 namespace {
 
 // The learner's statistics of one pool by question id. The statistics keys of a learner and pool share one prefix,
-// so they lie together in the sorted map: one search and a short walk instead of a search per question.
-QHash<QStringView, const Stat*> poolStats(const QString& poolId, const QMap<QString, Stat>& stats, const QUuid& profile)
+// so they lie together in the sorted map, ordered by question id: one search finds them all, and a binary search
+// finds each question among them.
+class PoolStats
 {
-    const QString prefix = statKey(profile, poolId, QString());
-    QHash<QStringView, const Stat*> found;
-    for (auto it = stats.lowerBound(prefix); it != stats.cend() && it.key().startsWith(prefix); ++it)
-        found.insert(QStringView(it.key()).mid(prefix.size()), &it.value());
-    return found;
-}
+public:
+    PoolStats(const QString& poolId, const QMap<QString, Stat>& stats, const QUuid& profile)
+    {
+        const QString prefix = statKey(profile, poolId, QString());
+        for (auto it = stats.lowerBound(prefix); it != stats.cend() && it.key().startsWith(prefix); ++it)
+            m_sorted.append({QStringView(it.key()).mid(prefix.size()), &it.value()});
+    }
+    const Stat* find(const QString& questionId) const
+    {
+        const auto it = std::lower_bound(m_sorted.cbegin(), m_sorted.cend(), QStringView(questionId),
+                                         [](const auto& entry, QStringView id) { return entry.first < id; });
+        return it != m_sorted.cend() && it->first == questionId ? it->second : nullptr;
+    }
+    const QList<std::pair<QStringView, const Stat*>>& all() const { return m_sorted; }
+
+private:
+    QList<std::pair<QStringView, const Stat*>> m_sorted;
+};
 
 bool isDue(const Stat& stat, Dates::Instant now)
 {
@@ -31,11 +44,11 @@ bool isDue(const Stat& stat, Dates::Instant now)
 ReviewList reviewList(const Pool& pool, const QList<Question>& offered, const QMap<QString, Stat>& stats,
                       const QUuid& profile, Dates::Instant now)
 {
-    const QHash<QStringView, const Stat*> known = poolStats(pool.id, stats, profile);
+    const PoolStats known(pool.id, stats, profile);
     QList<std::pair<double, const Question*>> due;
     ReviewList list;
     for (const Question& q : offered) {
-        const Stat* stat = known.value(q.id);
+        const Stat* stat = known.find(q.id);
         if (!stat)
             list.fresh.append(q);
         else if (isDue(*stat, now))
@@ -49,8 +62,9 @@ ReviewList reviewList(const Pool& pool, const QList<Question>& offered, const QM
 
 qint64 dueCount(const Pool& pool, const QMap<QString, Stat>& stats, const QUuid& profile, Dates::Instant now)
 {
-    const QHash<QStringView, const Stat*> known = poolStats(pool.id, stats, profile);
-    return std::count_if(known.cbegin(), known.cend(), [&](const Stat* s) { return isDue(*s, now); });
+    const PoolStats known(pool.id, stats, profile);
+    return std::count_if(known.all().cbegin(), known.all().cend(),
+                         [&](const auto& entry) { return isDue(*entry.second, now); });
 }
 
 double passChance(const QList<double>& chances, qint64 passCount)
@@ -72,7 +86,7 @@ double passChance(const QList<double>& chances, qint64 passCount)
 
 Prediction predict(const Pool& pool, const QMap<QString, Stat>& stats, const QUuid& profile, Dates::Instant now)
 {
-    const QHash<QStringView, const Stat*> known = poolStats(pool.id, stats, profile);
+    const PoolStats known(pool.id, stats, profile);
     struct Group
     {
         double recall = 0;        // sum over questions with memory state
@@ -84,15 +98,22 @@ Prediction predict(const Pool& pool, const QMap<QString, Stat>& stats, const QUu
     // Groups in pool order; the questions of a group need not be adjacent.
     QHash<QString, qsizetype> index;
     QList<Group> groups;
+    QString lastGroup;
+    qsizetype last = 0;
     for (const Question& q : pool.questions) {
-        auto it = index.constFind(q.group);
-        if (it == index.cend()) {
-            it = index.insert(q.group, groups.size());
-            groups.append(Group());
+        // Questions of one group usually follow each other: the last group is looked at first.
+        if (q.group != lastGroup) {
+            auto it = index.constFind(q.group);
+            if (it == index.cend()) {
+                it = index.insert(q.group, groups.size());
+                groups.append(Group());
+            }
+            lastGroup = q.group;
+            last = *it;
         }
-        Group& g = groups[*it];
+        Group& g = groups[last];
         ++g.questions;
-        const Stat* stat = known.value(q.id);
+        const Stat* stat = known.find(q.id);
         if (!stat)
             continue;
         g.attempts += stat->attempts;
