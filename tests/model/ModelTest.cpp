@@ -190,7 +190,6 @@ private slots:
         const QList<double> curve{1.0, 0.9, 0.82502866, 0.76613088};
         for (qsizetype days = 0; days < curve.size(); ++days)
             QVERIFY(qAbs(Memory::retrievability(double(days), 1) - curve[days]) < 1e-7);
-        QVERIFY(qAbs(Memory::interval(7.5) - 7.5) < 1e-12);
     }
 
     void poolPeriods()

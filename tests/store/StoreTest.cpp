@@ -405,21 +405,20 @@ private slots:
         annaAndBen([this](Saved& saved, QUuid anna, QUuid) {
             // Due a day ago with low recall, due now with higher recall, not yet due, and answered before memory
             // states were kept: only the first two are due, the last is not new either.
-            const auto memory = [&](const char* id, double stability, double reviewed, double due) {
+            const auto memory = [&](const char* id, double reviewed, double due) {
                 saved.stats.insert(statKey(anna, tech().id, QString::fromLatin1(id)),
-                                   Stat{1, 1, true, stability, 5, reviewed, due});
+                                   {1, 1, true, 2, 5, reviewed, due});
             };
-            memory("T1C01", 2, -4 * 86400, -86400);
-            memory("T1B01", 30, -20 * 86400, 0);
-            memory("T1A01", 30, -86400, 86400);
+            memory("T1C01", -4 * 86400, -86400);
+            memory("T1B01", -86400, 0);
+            memory("T1A01", -86400, 86400);
             saved.stats.insert(statKey(anna, tech().id, u"T1A02"_s), Stat{2, 1, true});
         });
         double now = 0;
         m_store->setWallClock([&] { return now; });
         QCOMPARE(start(Modes::dueForReview, u"Anna"_s),
                  (QStringList{"T1C01", "T1B01"} + ids(tech().questions.mid(2, 8)) + QStringList{"T1B02", "T1B03"}));
-        const QStringList shuffled = start(Modes::dueForReview, u"Anna"_s, {}, true);
-        QVERIFY(shuffled.mid(0, 2) == (QStringList{"T1C01", "T1B01"}) && shuffled.size() == 12);
+        QCOMPARE(start(Modes::dueForReview, u"Anna"_s, {}, true).mid(0, 2), (QStringList{"T1C01", "T1B01"}));
         QVERIFY(start(Modes::dueForReview, u"Anna"_s, QStringList{"T1A01", "T1A02"}).isEmpty());
         QCOMPARE(m_store->message(), u"No questions match this practice mode yet."_s);
 
@@ -443,9 +442,7 @@ private slots:
             QVERIFY(start(Modes::dueForReview, u"Anna"_s, QStringList{"T1A05"}).isEmpty());
             now = *t.due;
         }
-        QVERIFY2(days[0] >= 1 && std::is_sorted(days.cbegin(), days.cend(), std::less_equal<>()) && days[4] >= 14,
-                 qPrintable(QString::number(days[2]) + u' ' + QString::number(days[4])));
-        QVERIFY(t.attempts == 6 && t.correct == 5);
+        QVERIFY(days[0] >= 1 && std::is_sorted(days.cbegin(), days.cend(), std::less_equal<>()) && days[4] >= 14);
     }
 
     void progressFilesOfBothVersionsRead()
@@ -492,7 +489,6 @@ private slots:
         QVERIFY(qAbs(p.score - (0.75 + 1 + 0.54 + 32 * 0.25)) < 1e-9 && p.examCount == 35);
         QCOMPARE(predictionLine(p), u"Predicted score 10.3 of 35 · pass chance 0 %"_s);
         QCOMPARE(predictionLine({29.44, 35, 0.8399}), u"Predicted score 29.4 of 35 · pass chance 83 %"_s);
-        QCOMPARE(dueCount(tech(), stats, anna, 1999) + dueCount(tech(), stats, anna, 2000), 3);
     }
 
     void playingLeavingAndResuming()
