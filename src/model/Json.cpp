@@ -122,6 +122,13 @@ std::optional<QString> optionalString(const QJsonObject& o, const QString& key)
     return string(o, key);
 }
 
+std::optional<double> optionalNumber(const QJsonObject& o, const QString& key)
+{
+    if (!o.contains(key))
+        return std::nullopt;
+    return number(o, key);
+}
+
 std::optional<bool> optionalBoolean(const QJsonObject& o, const QString& key)
 {
     if (!o.contains(key))

@@ -28,6 +28,7 @@ QJsonObject object(const QJsonObject& o, const QString& key);
 QUuid uuid(const QJsonObject& o, const QString& key);
 
 std::optional<QString> optionalString(const QJsonObject& o, const QString& key);
+std::optional<double> optionalNumber(const QJsonObject& o, const QString& key);
 std::optional<bool> optionalBoolean(const QJsonObject& o, const QString& key);
 std::optional<QUuid> optionalUuid(const QJsonObject& o, const QString& key);
 

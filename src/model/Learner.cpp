@@ -33,17 +33,35 @@ QJsonObject Profile::toJson() const
     return o;
 }
 
+namespace {
+
+// The optional memory fields of a statistic: written only when present, read only when there.
+const QString stabilityKey = QStringLiteral("stability"), difficultyKey = QStringLiteral("difficulty"),
+              reviewedKey = QStringLiteral("reviewed"), dueKey = QStringLiteral("due");
+
+} // namespace
+
 Stat Stat::fromJson(const QJsonObject& o)
 {
-    return Stat{Json::integer(o, QStringLiteral("attempts")), Json::integer(o, QStringLiteral("correct")),
-                Json::boolean(o, QStringLiteral("lastCorrect"))};
+    return Stat{Json::integer(o, QStringLiteral("attempts")),
+                Json::integer(o, QStringLiteral("correct")),
+                Json::boolean(o, QStringLiteral("lastCorrect")),
+                Json::optionalNumber(o, stabilityKey),
+                Json::optionalNumber(o, difficultyKey),
+                Json::optionalNumber(o, reviewedKey),
+                Json::optionalNumber(o, dueKey)};
 }
 
 QJsonObject Stat::toJson() const
 {
-    return QJsonObject{{QStringLiteral("attempts"), attempts},
-                       {QStringLiteral("correct"), correct},
-                       {QStringLiteral("lastCorrect"), lastCorrect}};
+    QJsonObject o{{QStringLiteral("attempts"), attempts},
+                  {QStringLiteral("correct"), correct},
+                  {QStringLiteral("lastCorrect"), lastCorrect}};
+    for (const auto& [key, value] :
+         {std::pair{&stabilityKey, stability}, {&difficultyKey, difficulty}, {&reviewedKey, reviewed}, {&dueKey, due}})
+        if (value)
+            o.insert(*key, *value);
+    return o;
 }
 
 Session Session::fromJson(const QJsonObject& o)

@@ -25,6 +25,11 @@ struct Stat
     qint64 attempts = 0;
     qint64 correct = 0;
     bool lastCorrect = false;
+    // The memory state of spaced review (Memory.h), absent until the first answer recorded by this version.
+    std::optional<double> stability = std::nullopt; // days
+    std::optional<double> difficulty = std::nullopt;
+    std::optional<Dates::Instant> reviewed = std::nullopt;
+    std::optional<Dates::Instant> due = std::nullopt;
 
     bool operator==(const Stat&) const = default;
     static Stat fromJson(const QJsonObject& o);
@@ -101,6 +106,7 @@ inline const QString weakTopics = QStringLiteral("Weak Topics");
 inline const QString bookmarks = QStringLiteral("Bookmarks");
 inline const QString clubChallenge = QStringLiteral("Club Challenge");
 inline const QString mistakes = QStringLiteral("Mistakes");
+inline const QString dueForReview = QStringLiteral("Due for Review");
 } // namespace Modes
 
 inline const QString guestName = QStringLiteral("Guest");

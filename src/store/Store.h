@@ -55,6 +55,8 @@ class Store : public QObject
 public:
     // Seconds of a clock that never goes back and keeps counting while the computer sleeps.
     using MonotonicClock = std::function<double()>;
+    // The time of day as an instant; answers are recorded and review falls due by it.
+    using WallClock = std::function<Dates::Instant()>;
     // Asks where to save a file; nullopt when the learner cancels.
     using SavePanel = std::function<std::optional<QString>(const QString& proposedName)>;
     // Runs a whole pool refresh on the worker thread: installed pack and corrections in, new pack out.
@@ -74,6 +76,8 @@ public:
 
     // Seams: the product installs the real ones by default; tests replace them.
     void setClock(MonotonicClock clock) { m_clock = std::move(clock); }
+    void setWallClock(WallClock clock) { m_wallClock = std::move(clock); }
+    Dates::Instant now() const { return m_wallClock(); }
     void setSavePanel(SavePanel panel) { m_savePanel = std::move(panel); }
     void setRefresher(Refresher refresher) { m_refresher = std::move(refresher); }
     void setReleaseFetcher(ReleaseFetcher fetcher) { m_releaseFetcher = std::move(fetcher); }
@@ -210,6 +214,7 @@ private:
     std::optional<QString> m_recoveryCopy;
 
     MonotonicClock m_clock;
+    WallClock m_wallClock = &Dates::now;
     SavePanel m_savePanel;
     Refresher m_refresher;
     ReleaseFetcher m_releaseFetcher;

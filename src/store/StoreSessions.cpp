@@ -3,8 +3,10 @@
 
 #include "Names.h"
 #include "Results.h"
+#include "Review.h"
 #include "Seeded.h"
 #include "model/Json.h"
+#include "model/Memory.h"
 
 #include <QRandomGenerator>
 
@@ -20,13 +22,26 @@ const Question* currentQuestion(const Session& s)
     return &s.questions.at(qsizetype(s.index));
 }
 
-// Adds one checked answer to a learner's statistics of one question of one pool.
-void count(QMap<QString, Stat>& stats, const Session& session, const Question& question, qint64 answer)
+// Adds one checked answer, given at the instant, to a learner's statistics of one question of one pool.
+void count(QMap<QString, Stat>& stats, const Session& session, const Question& question, qint64 answer,
+           Dates::Instant now)
 {
     const QString key = statKey(session.profile, session.pool.id, question.id);
-    const Stat old = stats.value(key);
-    const bool right = answer == question.correct;
-    stats.insert(key, Stat{old.attempts + 1, old.correct + (right ? 1 : 0), right});
+    stats.insert(key, Memory::answered(stats.value(key), answer == question.correct, now));
+}
+
+// A question left unanswered in an exam was not known: its memory lapses, but no answer is counted. A question the
+// learner never met before leaves no record, so that it is not counted as studied.
+void forget(QMap<QString, Stat>& stats, const Session& session, const Question& question, Dates::Instant now)
+{
+    const auto it = stats.find(statKey(session.profile, session.pool.id, question.id));
+    if (it == stats.end())
+        return;
+    Stat lapsed = Memory::answered(*it, false, now);
+    lapsed.attempts = it->attempts;
+    lapsed.correct = it->correct;
+    lapsed.lastCorrect = it->lastCorrect;
+    *it = lapsed;
 }
 
 } // namespace
@@ -55,7 +70,12 @@ void Store::begin(const Pool& pool, const QString& mode, const QString& name, bo
         list.removeIf(
             [&](const Question& q) { return !m_saved.bookmarks.contains(statKey(current.id, pool.id, q.id)); });
     }
-    if (mode == Modes::exam) {
+    if (mode == Modes::dueForReview) {
+        ReviewList review = reviewList(pool, list, m_saved.stats, current.id, now());
+        if (shuffle)
+            std::shuffle(review.fresh.begin(), review.fresh.end(), *QRandomGenerator::system());
+        list = review.due + review.fresh.mid(0, newPerReview);
+    } else if (mode == Modes::exam) {
         list = examQuestions(pool, Json::uuidText(QUuid::createUuid()));
     } else if (mode == Modes::clubChallenge) {
         list = examQuestions(pool, code);
@@ -128,7 +148,7 @@ void Store::record(const Question& question, qint64 answer, const Session& sessi
     // Statistics go to the session's own learner, who is not necessarily the current one.
     if (session.isGuest())
         return;
-    count(m_saved.stats, session, question, answer);
+    count(m_saved.stats, session, question, answer, now());
     emit savedChanged();
 }
 
@@ -236,13 +256,16 @@ void Store::finish()
     Session s = *m_session;
     s.elapsed = elapsed();
     if (!s.isGuest()) {
+        const Dates::Instant at = now();
         for (const Question& q : std::as_const(s.questions)) {
             // A revealed answer was counted when it was checked; an unanswered question counts nothing.
             if (s.revealed.contains(q.id))
                 continue;
             const auto chosen = s.answers.constFind(q.id);
             if (chosen != s.answers.constEnd())
-                count(m_saved.stats, s, q, *chosen);
+                count(m_saved.stats, s, q, *chosen, at);
+            else if (s.isExam())
+                forget(m_saved.stats, s, q, at);
         }
     }
     Result r;

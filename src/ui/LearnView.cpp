@@ -4,6 +4,7 @@
 #include "CardButton.h"
 #include "Confirm.h"
 #include "Icons.h"
+#include "ReviewLabels.h"
 #include "SectionWidgets.h"
 #include "Theme.h"
 #include "store/Results.h"
@@ -46,8 +47,8 @@ void clearLayout(QLayout* layout)
 
 const QStringList& LearnView::modes()
 {
-    static const QStringList list = {Modes::studyAll, Modes::exam, Modes::weakTopics, Modes::bookmarks,
-                                     Modes::clubChallenge};
+    static const QStringList list = {Modes::studyAll,  Modes::exam,          Modes::weakTopics,
+                                     Modes::bookmarks, Modes::clubChallenge, Modes::dueForReview};
     return list;
 }
 
@@ -415,7 +416,14 @@ void LearnView::refreshCards()
                                  card);
         valid->setFont(Theme::captionFont(valid, -2));
         Theme::secondary(valid);
-        for (QLabel* l : {name, count, exam, valid}) {
+        QList<QLabel*> labels{name, count, exam, valid};
+        // The due count reads every statistic of the pool: worked out only for the screen in sight, not for each
+        // answer saved while a session hides it.
+        if (QLabel* due = isVisible() ? ReviewLabels::dueCount(m_store, p, card) : nullptr) {
+            card->setAccessibleDescription(card->accessibleDescription() + QStringLiteral(", ") + due->text());
+            labels.append(due);
+        }
+        for (QLabel* l : std::as_const(labels)) {
             l->setTextFormat(Qt::PlainText);
             l->setAttribute(Qt::WA_TransparentForMouseEvents);
             inner->addWidget(l);

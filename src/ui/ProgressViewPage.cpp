@@ -1,6 +1,7 @@
 // The "Progress" section.
 #include "ProgressViewPage.h"
 
+#include "ReviewLabels.h"
 #include "SectionWidgets.h"
 #include "store/Results.h"
 #include "store/Store.h"
@@ -16,7 +17,7 @@ using namespace SectionWidgets;
 
 namespace {
 
-QFrame* poolCard(const PoolProgress& progress, QWidget* parent)
+QFrame* poolCard(const PoolProgress& progress, const Store& store, QWidget* parent)
 {
     QVBoxLayout* layout = nullptr;
     QFrame* frame = card(parent, &layout);
@@ -37,6 +38,7 @@ QFrame* poolCard(const PoolProgress& progress, QWidget* parent)
     QLabel* readiness = body(progress.readiness, frame);
     readiness->setObjectName(QStringLiteral("readiness"));
     layout->addWidget(readiness);
+    layout->addWidget(ReviewLabels::prediction(store, progress.pool, frame));
     QLabel* note = caption(progress.caption, frame);
     note->setObjectName(QStringLiteral("readinessCaption"));
     layout->addWidget(note);
@@ -94,6 +96,6 @@ void ProgressViewPage::redraw()
     layout->setSpacing(14);
     const Profile learner = m_store.profile();
     for (const PoolProgress& p : progress(m_store.studyPools(), m_store.saved(), learner.id))
-        layout->addWidget(poolCard(p, pools));
+        layout->addWidget(poolCard(p, m_store, pools));
     replace(m_layout, m_pools, pools);
 }

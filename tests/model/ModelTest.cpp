@@ -3,6 +3,7 @@
 #include "support/TestEnvironment.h"
 
 #include "model/Json.h"
+#include "model/Memory.h"
 
 using namespace Qt::StringLiterals;
 using Mutation = std::function<void(Pack&)>;
@@ -75,6 +76,8 @@ private slots:
         rows("pack", "pools/0", {"name", "documentHash", "examCount", "topics", "questions"}, QJsonValue::Null);
         rows("pack", "pools/0/questions/0", {"answers", "figure"}, QJsonArray{1});
         rows("saved", "stats/X|t|T1A01", {"lastCorrect", "correct"}, u"no"_s);
+        for (const QJsonValue& v : {QJsonValue(QJsonValue::Null), QJsonValue(u"1"_s)}) // the memory keys are optional
+            rows("saved", "stats/X|t|T1A01", {"stability", "difficulty", "reviewed", "due"}, v);
         rows("saved", "drafts/0", {"eligible", "started", "flags"}, u"no"_s);
         rows("saved", "drafts/0", {"answers"}, QJsonObject{{"T1A01", "C"}});
         rows("saved", "", {"selected"}, u"{E621E1F8-C36C-495A-93FC-0C247A3E6E5F}"_s);
@@ -165,6 +168,28 @@ private slots:
             return pack.validate();
         mutate(pack);
         QVERIFY_THROWS_EXCEPTION(DataError, pack.validate());
+    }
+
+    void memoryModelMatchesPublishedValues()
+    {
+        using enum Memory::Grade;
+        // The reference implementation's figures for its trained weights: wrong at first, then right after 1, 3, 8
+        // and 21 days; and one step from a given state after 21 days.
+        const Memory::Weights trained{0.6845422,    1.6790825,  4.7349424, 10.042885,  7.4410233,  0.64219797, 1.071918,
+                                      0.0025195254, 1.432437,   0.1544,    0.8692766,  2.0696752,  0.0953,     0.2975,
+                                      2.4691248,    0.19542035, 3.201072,  0.18046261, 0.121442534};
+        const auto near = [](const Memory::State& a, const Memory::State& b) {
+            return qAbs(a.stability / b.stability - 1) < 1e-6 && qAbs(a.difficulty / b.difficulty - 1) < 1e-6;
+        };
+        std::optional<Memory::State> state;
+        for (const auto& [days, grade] : {std::pair{0.0, again}, {1.0, good}, {3.0, good}, {8.0, good}, {21.0, good}})
+            state = Memory::next(state, days, grade, trained);
+        QVERIFY(near(*state, {31.722975, 7.382128}));
+        QVERIFY(near(Memory::next(Memory::State{20.925528, 7.005062}, 21, good, trained), {40.874535, 6.9913807}));
+        // The forgetting curve: 90 % after one stability, then its published values.
+        const QList<double> curve{1.0, 0.9, 0.82502866, 0.76613088};
+        for (qsizetype days = 0; days < curve.size(); ++days)
+            QVERIFY(qAbs(Memory::retrievability(double(days), 1) - curve[days]) < 1e-7);
     }
 
     void poolPeriods()

@@ -3,6 +3,7 @@
 // alert, the session set-up, the learner's records in progress, top 10, history and profiles, help, the sample diagram
 // review. Every screen is photographed.
 #include "UiHarness.h"
+#include "store/Seeded.h"
 #include "store/Settings.h"
 #include "ui/CardButton.h"
 #include "ui/DiagramReviewView.h"
@@ -571,6 +572,26 @@ private slots:
         QCOMPARE(QString(texts(h.visible(u"progressPool-tech-test"_s), {u"readiness"_s}) + u" / "_s +
                          texts(h.visible(u"progressPool-extra-test"_s), {u"readiness"_s})),
                  QString(f[1] + u" / Take a fresh exam to begin tracking readiness."_s));
+    }
+
+    void dueCountsAndPredictions()
+    {
+        // Three of Anna's Technician questions are long due; she has never answered an Extra question.
+        Saved saved = Saved::initial();
+        saved.profiles << Profile{QUuid::createUuid(), u"Anna"_s, {}};
+        saved.selected = saved.profiles.last().id;
+        for (const char* id : {"T1A01", "T1B01", "T2C01"})
+            saved.stats.insert(statKey(*saved.selected, u"tech-test"_s, QString::fromLatin1(id)),
+                               Stat{1, 0, false, 1, 7, -86400, 600});
+        Harness h(m_pack, {{u"progress.json"_s, saved.toBytes()}});
+        h.root->setTab(u"Learn"_s);
+        QCOMPARE(texts(h.visible(u"poolCard-tech-test"_s), {u"dueCount"_s}) + u" / "_s +
+                     texts(h.visible(u"poolCard-extra-test"_s), {u"dueCount"_s}),
+                 u"3 due for review / -"_s);
+        QCOMPARE(LearnView::modes().indexOf(Modes::dueForReview), 5);
+        h.root->setTab(u"Progress"_s);
+        QCOMPARE(texts(h.visible(u"progressPool-extra-test"_s), {u"prediction"_s}),
+                 u"Predicted score 12.5 of 50 · pass chance 0 %"_s);
     }
 
     void recordsThroughTheSections()
