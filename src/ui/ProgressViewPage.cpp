@@ -1,6 +1,7 @@
 // The "Progress" section.
 #include "ProgressViewPage.h"
 
+#include "Charts.h"
 #include "SectionWidgets.h"
 #include "store/Results.h"
 #include "store/Store.h"
@@ -16,7 +17,7 @@ using namespace SectionWidgets;
 
 namespace {
 
-QFrame* poolCard(const PoolProgress& progress, QWidget* parent)
+QFrame* poolCard(const PoolProgress& progress, const Saved& saved, const QUuid& learner, QWidget* parent)
 {
     QVBoxLayout* layout = nullptr;
     QFrame* frame = card(parent, &layout);
@@ -40,6 +41,7 @@ QFrame* poolCard(const PoolProgress& progress, QWidget* parent)
     QLabel* note = caption(progress.caption, frame);
     note->setObjectName(QStringLiteral("readinessCaption"));
     layout->addWidget(note);
+    layout->addWidget(poolCharts(progress.pool, saved, learner, frame));
 
     auto* groups = new QWidget(frame);
     auto* grid = new QGridLayout(groups);
@@ -94,6 +96,6 @@ void ProgressViewPage::redraw()
     layout->setSpacing(14);
     const Profile learner = m_store.profile();
     for (const PoolProgress& p : progress(m_store.studyPools(), m_store.saved(), learner.id))
-        layout->addWidget(poolCard(p, pools));
+        layout->addWidget(poolCard(p, m_store.saved(), learner.id, pools));
     replace(m_layout, m_pools, pools);
 }

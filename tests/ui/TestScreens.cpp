@@ -4,7 +4,9 @@
 // review, and the open session saved when a signal ends the application. Every screen is photographed.
 #include "UiHarness.h"
 #include "store/Settings.h"
+#include "ui/BrowseView.h"
 #include "ui/CardButton.h"
+#include "ui/Charts.h"
 #include "ui/DiagramReviewView.h"
 #include "ui/DiagramView.h"
 #include "ui/ElidedLabel.h"
@@ -31,6 +33,14 @@ bool answersInView(Harness& h)
     QWidget* last = h.visible(u"answer-3"_s);
     return viewport->rect().contains(QRect(h.visible(u"answer-0"_s)->mapTo(viewport, QPoint()),
                                            last->mapTo(viewport, QPoint(last->width() - 1, last->height() - 1))));
+}
+
+QStringList questionIds(const QList<Question>& questions)
+{
+    QStringList list;
+    for (const Question& q : questions)
+        list << q.id;
+    return list;
 }
 
 } // namespace
@@ -548,6 +558,74 @@ private slots:
         QCOMPARE(h.store->saved().profiles.size(), f[1] == "Brian"_L1 ? 3 : 2);
     }
 
+    void browseFindsShowsAndPractises()
+    {
+        Harness h;
+        h.store->addProfile(u"Ada"_s);
+        h.root->resize(h.root->minimumSize());
+        h.root->setTab(u"Browse"_s);
+        auto* view = h.root->findChild<BrowseView*>();
+        auto* field = h.visible<QLineEdit>(u"browseSearch"_s);
+        // One step from an identifier to the whole question with its correct answer marked.
+        type(field, u"t5a07"_s);
+        QCOMPARE(questionIds(view->found()), QStringList{u"T5A07"_s});
+        const Question q = view->found().first();
+        QVERIFY(h.shown({u"browseQuestionTitle"_s}).startsWith(u"T5A07 · "_s));
+        QCOMPARE(h.shown({u"browsePrompt"_s}), q.prompt);
+        for (qint64 i = 0; i < 4; ++i) {
+            auto* answer = h.visible<QLabel>(u"browseAnswer-%1"_s.arg(i));
+            const QString text = QChar(char16_t(u'A' + i)) + u". "_s + q.answers.at(i);
+            QCOMPARE(answer->text(), text);
+            QCOMPARE(answer->accessibleName(), (i == q.correct ? u"Correct answer: "_s : QString()) + text);
+            QCOMPARE(answer->property("tone").toString(), i == q.correct ? u"success"_s : QString());
+        }
+        QVERIFY(!h.visible(u"browseFigure"_s));
+        // The bookmark toggle is the question screen's: the learner's bookmark of this pool's question.
+        h.click(u"browseBookmark"_s);
+        const Pool tech = *view->pool();
+        QVERIFY(h.store->saved().bookmarks.contains(h.store->key(tech, q)));
+        QCOMPARE(h.visible<QPushButton>(u"browseBookmark"_s)->text(), u"Bookmarked"_s);
+        type(field, QString());
+        QCOMPARE(view->found().size(), tech.questions.size());
+        h.visible<QCheckBox>(u"bookmarkedOnly"_s)->setChecked(true);
+        QCOMPARE(questionIds(view->found()), QStringList{u"T5A07"_s});
+        h.visible<QCheckBox>(u"bookmarkedOnly"_s)->setChecked(false);
+        // A figure opens enlarged, as on the question screen.
+        type(field, u"T6C02"_s);
+        h.click(u"browseFigure"_s);
+        auto* diagram = h.root->findChild<DiagramView*>();
+        QVERIFY(diagram && diagram->isVisible());
+        screenshot(*diagram, u"browse-diagram"_s, false);
+        diagram->close();
+
+        // Every Extra question on impedance, practised as found and then shuffled.
+        auto* pools = h.visible<QComboBox>(u"browsePool"_s);
+        const int extra = pools->findText(u"Amateur Extra"_s, Qt::MatchStartsWith);
+        pools->setCurrentIndex(extra);
+        emit pools->activated(extra);
+        type(field, u"impedance"_s);
+        const QStringList found = questionIds(view->found());
+        QCOMPARE(found.size(), 58);
+        QCOMPARE(h.shown({u"browseCount"_s}), u"58 questions found"_s);
+        screenshot(*h.root, u"browse"_s);
+        for (const bool shuffled : {false, true}) {
+            h.visible<QCheckBox>(u"browseShuffle"_s)->setChecked(shuffled);
+            h.click(u"practiseThese"_s);
+            QVERIFY(h.store->session());
+            const Session& s = *h.store->session();
+            QCOMPARE(s.mode + u' ' + s.pool.level + u' ' + s.name, u"Study All extra Ada"_s);
+            QStringList started = questionIds(s.questions);
+            if (shuffled)
+                std::sort(started.begin(), started.end());
+            QCOMPARE(started, found); // the pool's order is its identifiers' order
+            h.store->leave();
+            settle();
+        }
+        Theme::apply(*qApp, Theme::Scheme::dark);
+        screenshot(*h.root, u"dark-browse"_s);
+        Theme::apply(*qApp, Theme::Scheme::light);
+    }
+
     void readinessFollowsRecentFreshExams_data()
     {
         // Anna's fresh exams, newest first (p passed, f failed), then her club challenge, which is no fresh exam.
@@ -573,6 +651,13 @@ private slots:
         QCOMPARE(QString(texts(h.visible(u"progressPool-tech-test"_s), {u"readiness"_s}) + u" / "_s +
                          texts(h.visible(u"progressPool-extra-test"_s), {u"readiness"_s})),
                  QString(f[1] + u" / Take a fresh exam to begin tracking readiness."_s));
+        // The score chart appears with the first fresh exam and names each of them, with the pass mark.
+        auto* chart = h.visible<ScoreChart>(u"examScores"_s);
+        QCOMPARE(chart != nullptr, !f[0].isEmpty());
+        if (chart) {
+            QCOMPARE(chart->description().count(u"/35"_s), f[0].size() + 1);
+            QVERIFY(chart->description().endsWith(u". Pass mark 26/35"_s));
+        }
     }
 
     void recordsThroughTheSections()
@@ -600,7 +685,25 @@ private slots:
                  u"Amateur Extra · Exam | 12/50 · 01:02:05 / Technician · Exam | 10/35 · 00:05:00 "
                  u"/ Technician · Club Challenge | 27/35 · 00:11:40 / Technician · Exam | 30/35 · "
                  u"00:15:00 / Technician · Exam | 30/35 · 00:20:00"_s);
+        // Above the list, the trend of the five attempts, oldest first.
+        QCOMPARE(h.visible<ScoreChart>(u"historyScores"_s)->description().section(u"; "_s, 0, 0).section(u": "_s, 1),
+                 u"30/35"_s);
+        QCOMPARE(h.visible<ScoreChart>(u"historyScores"_s)->description().count(u"; "_s), 4);
         screenshot(*h.root, u"history"_s);
+        // Each subelement's bar tells its figures in its tooltip and to assistive tools.
+        h.root->setTab(u"Progress"_s);
+        QString codes;
+        qint64 answers = 0; // Anna answered 12 questions of her Extra exam, all right
+        for (auto* bar : h.visible(u"progressPool-extra-test"_s)->findChildren<SubelementBarRow*>()) {
+            QVERIFY(bar->isVisible());
+            QCOMPARE(bar->toolTip(), bar->accessibleDescription());
+            QCOMPARE(bar->toolTip(), bar->bar().description());
+            QVERIFY(bar->bar().attempts == 0 || bar->toolTip().contains(u": 100% correct, "_s));
+            codes += bar->bar().code;
+            answers += bar->bar().attempts;
+        }
+        QCOMPARE(codes + u' ' + QString::number(answers), u"E1E2 12"_s);
+        screenshot(*h.root, u"progress-charts"_s);
         QTest::mouseClick(rows.at(2), Qt::LeftButton); // opens that result
         QCOMPARE(QString(h.store->result()->session.mode + h.body()), u"Club ChallengeresultView"_s);
         h.store->setResult(std::nullopt);
