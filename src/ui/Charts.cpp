@@ -5,12 +5,16 @@
 #include "Theme.h"
 #include "store/Results.h"
 
+#include <QAccessible>
+#include <QAccessibleWidget>
 #include <QEvent>
 #include <QFontDatabase>
+#include <QHash>
 #include <QHelpEvent>
 #include <QLabel>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPointer>
 #include <QToolTip>
 #include <QVBoxLayout>
 
@@ -23,9 +27,11 @@ constexpr int pointRadius = 4;
 // More points than this would crowd a chart that must stay readable at the smallest window.
 constexpr qsizetype chartedScores = 30;
 
-QFont codeFont()
+// Asking the platform for its fixed font is slow; every bar uses the same one.
+const QFont& codeFont()
 {
-    return QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    static const QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    return font;
 }
 
 // A label in the caption style that says what a chart shows.
@@ -38,87 +44,197 @@ QLabel* legend(const QString& text, QWidget* parent, const QString& objectName)
 
 } // namespace
 
-SubelementBarRow::SubelementBarRow(const SubelementBar& bar, QWidget* parent) : QWidget(parent), m_bar(bar)
+// What assistive tools see of a subelement chart: the chart, and one item per bar named after its subelement and
+// described by its figures. The bars are painted, not widgets, so that a pool's chart costs one widget, not ten.
+class BarAccessible : public QAccessibleInterface
 {
-    setObjectName(QStringLiteral("subelementBar-") + bar.code);
-    setAccessibleName(bar.code + QLatin1Char(' ') + bar.title);
-    setAccessibleDescription(bar.description());
-    setToolTip(bar.description());
+public:
+    BarAccessible(SubelementChart* chart, qsizetype index) : m_chart(chart), m_index(index) {}
+
+    bool isValid() const override { return m_chart && m_index < m_chart->bars().size(); }
+    QObject* object() const override { return nullptr; }
+    QWindow* window() const override { return m_chart ? m_chart->window()->windowHandle() : nullptr; }
+    QAccessibleInterface* childAt(int, int) const override { return nullptr; }
+    QAccessibleInterface* parent() const override { return QAccessible::queryAccessibleInterface(m_chart); }
+    QAccessibleInterface* child(int) const override { return nullptr; }
+    int childCount() const override { return 0; }
+    int indexOfChild(const QAccessibleInterface*) const override { return -1; }
+    QString text(QAccessible::Text t) const override
+    {
+        if (!isValid())
+            return {};
+        const SubelementBar& bar = m_chart->bars().at(m_index);
+        if (t == QAccessible::Name)
+            return bar.code + QLatin1Char(' ') + bar.title;
+        if (t == QAccessible::Description)
+            return bar.description();
+        return {};
+    }
+    void setText(QAccessible::Text, const QString&) override {}
+    QRect rect() const override
+    {
+        if (!isValid())
+            return {};
+        const QRect row = m_chart->rowRect(m_index);
+        return QRect(m_chart->mapToGlobal(row.topLeft()), row.size());
+    }
+    QAccessible::Role role() const override { return QAccessible::ListItem; }
+    QAccessible::State state() const override
+    {
+        QAccessible::State state;
+        state.invisible = !m_chart || !m_chart->isVisible();
+        state.readOnly = true;
+        return state;
+    }
+
+private:
+    QPointer<SubelementChart> m_chart;
+    qsizetype m_index;
+};
+
+class ChartAccessible : public QAccessibleWidget
+{
+public:
+    explicit ChartAccessible(SubelementChart* chart) : QAccessibleWidget(chart, QAccessible::Chart)
+    {
+        for (qsizetype i = 0; i < chart->bars().size(); ++i)
+            m_bars.append(QAccessible::registerAccessibleInterface(new BarAccessible(chart, i)));
+    }
+    ~ChartAccessible() override
+    {
+        for (const QAccessible::Id id : std::as_const(m_bars))
+            QAccessible::deleteAccessibleInterface(id);
+    }
+    int childCount() const override { return int(m_bars.size()); }
+    QAccessibleInterface* child(int index) const override
+    {
+        return index >= 0 && index < m_bars.size() ? QAccessible::accessibleInterface(m_bars.at(index)) : nullptr;
+    }
+    int indexOfChild(const QAccessibleInterface* child) const override
+    {
+        for (qsizetype i = 0; i < m_bars.size(); ++i) {
+            if (QAccessible::accessibleInterface(m_bars.at(i)) == child)
+                return int(i);
+        }
+        return -1;
+    }
+    QAccessibleInterface* childAt(int x, int y) const override
+    {
+        auto* chart = static_cast<SubelementChart*>(widget());
+        const qsizetype row = chart->rowAt(chart->mapFromGlobal(QPoint(x, y)));
+        return row < 0 ? nullptr : child(int(row));
+    }
+
+private:
+    QList<QAccessible::Id> m_bars;
+};
+
+SubelementChart::SubelementChart(const QList<SubelementBar>& bars, QWidget* parent) : QWidget(parent), m_bars(bars)
+{
+    static const bool factory = [] {
+        QAccessible::installFactory([](const QString& key, QObject* object) -> QAccessibleInterface* {
+            auto* chart = qobject_cast<SubelementChart*>(object);
+            return key == QLatin1StringView("SubelementChart") && chart ? new ChartAccessible(chart) : nullptr;
+        });
+        return true;
+    }();
+    Q_UNUSED(factory);
+    setObjectName(QStringLiteral("subelementChart"));
+    setAccessibleName(QStringLiteral("Accuracy by subelement"));
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    // Measured once: layouts ask for the size hints many times, and every row has the same columns.
+    static const int codeWidth = QFontMetrics(codeFont()).horizontalAdvance(QStringLiteral("T0")) + 10;
+    m_codeWidth = codeWidth;
+    m_figuresWidth = fontMetrics().horizontalAdvance(QStringLiteral("100% · 9999 answers"));
+    m_rowHeight = fontMetrics().height() + 8;
     Theme::whenChanged(this, [this] { update(); });
 }
 
-QString SubelementBarRow::figures() const
+QString SubelementChart::figures(const SubelementBar& bar)
 {
-    if (m_bar.attempts == 0)
+    if (bar.attempts == 0)
         return QStringLiteral("Not studied");
-    return QStringLiteral("%1% · %2 answers").arg(m_bar.percent()).arg(m_bar.attempts);
+    return QStringLiteral("%1% · %2 answers").arg(bar.percent()).arg(bar.attempts);
 }
 
-QSize SubelementBarRow::sizeHint() const
+QRect SubelementChart::rowRect(qsizetype index) const
 {
-    return {480, fontMetrics().height() + 8};
+    return QRect(0, int(index) * m_rowHeight, width(), m_rowHeight);
 }
 
-QSize SubelementBarRow::minimumSizeHint() const
+qsizetype SubelementChart::rowAt(const QPoint& position) const
+{
+    if (position.x() < 0 || position.x() >= width() || position.y() < 0)
+        return -1;
+    const qsizetype row = position.y() / m_rowHeight;
+    return row < m_bars.size() ? row : -1;
+}
+
+QSize SubelementChart::sizeHint() const
+{
+    return {480, int(m_bars.size()) * m_rowHeight};
+}
+
+QSize SubelementChart::minimumSizeHint() const
 {
     // Code, a shortened title, a bar that still shows its 80 % line, and the figures whole.
-    const int figures = fontMetrics().horizontalAdvance(QStringLiteral("100% · 9999 answers"));
-    return {QFontMetrics(codeFont()).horizontalAdvance(QStringLiteral("T0")) + 10 + 60 + 80 + figures + 16,
-            sizeHint().height()};
+    return {m_codeWidth + 60 + 80 + m_figuresWidth + 16, sizeHint().height()};
 }
 
-void SubelementBarRow::paintEvent(QPaintEvent*)
+bool SubelementChart::event(QEvent* event)
+{
+    if (event->type() == QEvent::ToolTip) {
+        auto* help = static_cast<QHelpEvent*>(event);
+        const qsizetype row = rowAt(help->pos());
+        if (row < 0) {
+            QToolTip::hideText();
+            event->ignore();
+        } else {
+            QToolTip::showText(help->globalPos(), m_bars.at(row).description(), this, rowRect(row));
+        }
+        return true;
+    }
+    return QWidget::event(event);
+}
+
+void SubelementChart::paintEvent(QPaintEvent*)
 {
     const Theme::Colors& c = Theme::colors();
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
     const QFontMetrics fm = fontMetrics();
-    const int codeWidth = QFontMetrics(codeFont()).horizontalAdvance(QStringLiteral("T0")) + 10;
-    const int figuresWidth = fm.horizontalAdvance(QStringLiteral("100% · 9999 answers"));
     const int title = std::clamp(int(width() * 0.3), 60, titleWidth);
-    const QRect row = rect();
+    const int trackLeft = m_codeWidth + title;
+    const double trackWidth = std::max(0, width() - trackLeft - m_figuresWidth - 12);
+    for (qsizetype i = 0; i < m_bars.size(); ++i) {
+        const SubelementBar& bar = m_bars.at(i);
+        const QRect row = rowRect(i);
+        p.setFont(codeFont());
+        p.setPen(c.text);
+        p.drawText(QRect(0, row.top(), m_codeWidth, row.height()), Qt::AlignLeft | Qt::AlignVCenter, bar.code);
+        p.setFont(font());
+        const QRect titleRect(m_codeWidth, row.top(), title - 8, row.height());
+        p.drawText(titleRect, Qt::AlignLeft | Qt::AlignVCenter,
+                   fm.elidedText(bar.title, Qt::ElideRight, titleRect.width()));
+        p.setPen(c.secondaryText);
+        p.drawText(QRect(row.width() - m_figuresWidth, row.top(), m_figuresWidth, row.height()),
+                   Qt::AlignRight | Qt::AlignVCenter, figures(bar));
 
-    p.setFont(codeFont());
-    p.setPen(c.text);
-    p.drawText(QRect(0, 0, codeWidth, row.height()), Qt::AlignLeft | Qt::AlignVCenter, m_bar.code);
-    p.setFont(font());
-    const QRect titleRect(codeWidth, 0, title - 8, row.height());
-    p.drawText(titleRect, Qt::AlignLeft | Qt::AlignVCenter,
-               fm.elidedText(m_bar.title, Qt::ElideRight, titleRect.width()));
-    p.setPen(c.secondaryText);
-    p.drawText(QRect(row.width() - figuresWidth, 0, figuresWidth, row.height()), Qt::AlignRight | Qt::AlignVCenter,
-               figures());
-
-    const QRectF track(codeWidth + title, (row.height() - barThickness) / 2.0,
-                       std::max(0, row.width() - codeWidth - title - figuresWidth - 12), barThickness);
-    p.setPen(Qt::NoPen);
-    p.setBrush(c.track);
-    p.drawRoundedRect(track, barThickness / 2.0, barThickness / 2.0);
-    if (m_bar.attempts > 0) {
-        QRectF fill = track;
-        fill.setWidth(std::max(double(barThickness), track.width() * double(m_bar.correct) / double(m_bar.attempts)));
-        p.setBrush(m_bar.weak ? c.warning : c.success);
-        p.drawRoundedRect(fill, barThickness / 2.0, barThickness / 2.0);
+        const QRectF track(trackLeft, row.top() + (row.height() - barThickness) / 2.0, trackWidth, barThickness);
+        p.setPen(Qt::NoPen);
+        p.setBrush(c.track);
+        p.drawRoundedRect(track, barThickness / 2.0, barThickness / 2.0);
+        if (bar.attempts > 0) {
+            QRectF fill = track;
+            fill.setWidth(std::max(double(barThickness), track.width() * double(bar.correct) / double(bar.attempts)));
+            p.setBrush(bar.weak ? c.warning : c.success);
+            p.drawRoundedRect(fill, barThickness / 2.0, barThickness / 2.0);
+        }
     }
-    // The line runs the whole height of the row, so that the rows' pieces join into one line down the chart.
-    const double x = std::round(track.left() + track.width() * weakLine) + 0.5;
+    // One line down the whole chart at 80 % of the track.
+    const double x = std::round(trackLeft + trackWidth * weakLine) + 0.5;
     p.setPen(QPen(c.text, 1.5, Qt::DashLine));
-    p.drawLine(QPointF(x, 0), QPointF(x, row.height()));
-}
-
-SubelementChart::SubelementChart(const QList<SubelementBar>& bars, QWidget* parent) : QWidget(parent)
-{
-    setObjectName(QStringLiteral("subelementChart"));
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 4, 0, 4);
-    layout->setSpacing(0);
-    layout->addWidget(legend(QStringLiteral("Accuracy by subelement. The dashed line marks 80 %; orange bars need "
-                                            "practice, green ones are at or above the line."),
-                             this, QStringLiteral("subelementLegend")));
-    layout->addSpacing(4);
-    for (const SubelementBar& bar : bars)
-        layout->addWidget(new SubelementBarRow(bar, this));
+    p.drawLine(QPointF(x, 0), QPointF(x, height()));
 }
 
 ScoreChart::ScoreChart(const QList<Point>& points, std::optional<double> mark, const QString& markLabel, int height,
@@ -134,10 +250,15 @@ ScoreChart::ScoreChart(const QList<Point>& points, std::optional<double> mark, c
 QList<ScoreChart::Point> ScoreChart::points(const QList<ScorePoint>& scores)
 {
     QList<Point> list;
+    const QLocale locale = QLocale::system();
+    // Several attempts are often finished on one day; each day's date is formatted once.
+    QHash<QDate, QString> dates;
     for (const ScorePoint& s : scores) {
         const QDate day = Dates::toDateTime(s.finished).toLocalTime().date();
-        list.append({s.fraction(), s.passed, SectionWidgets::abbreviatedDate(day),
-                     QStringLiteral("%1/%2").arg(s.score).arg(s.questions)});
+        auto date = dates.constFind(day);
+        if (date == dates.cend())
+            date = dates.insert(day, SectionWidgets::abbreviatedDate(day, locale));
+        list.append({s.fraction(), s.passed, *date, QStringLiteral("%1/%2").arg(s.score).arg(s.questions)});
     }
     return list;
 }
@@ -170,9 +291,9 @@ QRectF ScoreChart::plot() const
     return QRectF(left, fm.height() / 2.0 + 2, width() - left - pointRadius - 2, height() - fm.height() * 1.5 - 8);
 }
 
-QPointF ScoreChart::position(qsizetype index) const
+QPointF ScoreChart::position(qsizetype index, const QRectF& plotArea) const
 {
-    const QRectF area = plot().adjusted(pointRadius + 2, 0, -pointRadius - 2, 0);
+    const QRectF area = plotArea.adjusted(pointRadius + 2, 0, -pointRadius - 2, 0);
     const double x = m_points.size() == 1 ? area.center().x()
                                           : area.left() + area.width() * double(index) / double(m_points.size() - 1);
     return {x, area.bottom() - area.height() * std::clamp(m_points.at(index).fraction, 0.0, 1.0)};
@@ -182,8 +303,9 @@ qsizetype ScoreChart::pointAt(const QPoint& at) const
 {
     qsizetype nearest = -1;
     double best = 0;
+    const QRectF area = plot();
     for (qsizetype i = 0; i < m_points.size(); ++i) {
-        const QPointF d = position(i) - QPointF(at);
+        const QPointF d = position(i, area) - QPointF(at);
         // Close enough horizontally: a learner points at a column of the chart more than at a dot.
         const double distance = std::abs(d.x()) + std::abs(d.y()) / 4;
         if (distance <= 12 && (nearest < 0 || distance < best)) {
@@ -244,9 +366,9 @@ void ScoreChart::paintEvent(QPaintEvent*)
     QPainterPath line;
     for (qsizetype i = 0; i < m_points.size(); ++i) {
         if (i == 0)
-            line.moveTo(position(i));
+            line.moveTo(position(i, area));
         else
-            line.lineTo(position(i));
+            line.lineTo(position(i, area));
     }
     p.setPen(QPen(c.accent, 2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     p.setBrush(Qt::NoBrush);
@@ -254,7 +376,7 @@ void ScoreChart::paintEvent(QPaintEvent*)
     for (qsizetype i = 0; i < m_points.size(); ++i) {
         p.setPen(QPen(c.surface, 1.5));
         p.setBrush(m_points.at(i).passed ? c.success : c.warning);
-        p.drawEllipse(position(i), pointRadius, pointRadius);
+        p.drawEllipse(position(i, area), pointRadius, pointRadius);
     }
 
     // The first and last dates under the ends of the series.
@@ -272,6 +394,9 @@ QWidget* poolCharts(const Pool& pool, const Saved& saved, const QUuid& profile, 
     auto* layout = new QVBoxLayout(charts);
     layout->setContentsMargins(0, 4, 0, 4);
     layout->setSpacing(6);
+    layout->addWidget(legend(QStringLiteral("Accuracy by subelement. The dashed line marks 80 %; orange bars need "
+                                            "practice, green ones are at or above the line."),
+                             charts, QStringLiteral("subelementLegend")));
     layout->addWidget(new SubelementChart(subelementBars(pool, saved.stats, profile), charts));
     const QList<Result> fresh = freshExams(saved.results, pool.id, profile);
     if (!fresh.isEmpty()) {

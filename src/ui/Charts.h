@@ -7,35 +7,34 @@
 
 class QLabel;
 
-// One bar: the subelement's code and title, its accuracy against the 80 % line, and its figures in words. The figures
-// are also the bar's tooltip and accessible description.
-class SubelementBarRow : public QWidget
-{
-    Q_OBJECT
-
-public:
-    SubelementBarRow(const SubelementBar& bar, QWidget* parent = nullptr);
-
-    const SubelementBar& bar() const { return m_bar; }
-    // The text at the right end: "77% · 9 answers" or "Not studied".
-    QString figures() const;
-    QSize sizeHint() const override;
-    QSize minimumSizeHint() const override;
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-
-private:
-    SubelementBar m_bar;
-};
-
-// The bars of one pool, one row per subelement, with a legend for the line and the colours.
+// The bars of one pool, one row per subelement: its code and title, its accuracy against a dashed 80 % line, coloured
+// by whether it is weak, and its figures. Each bar's figures are its tooltip and the description assistive tools read
+// for it (an accessible item per bar).
 class SubelementChart : public QWidget
 {
     Q_OBJECT
 
 public:
-    SubelementChart(const QList<SubelementBar>& bars, QWidget* parent = nullptr);
+    explicit SubelementChart(const QList<SubelementBar>& bars, QWidget* parent = nullptr);
+
+    const QList<SubelementBar>& bars() const { return m_bars; }
+    // The text at the right end of a bar: "77% · 9 answers" or "Not studied".
+    static QString figures(const SubelementBar& bar);
+    QRect rowRect(qsizetype index) const;
+    // The bar under a position, or -1.
+    qsizetype rowAt(const QPoint& position) const;
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QList<SubelementBar> m_bars;
+    int m_codeWidth = 0;
+    int m_figuresWidth = 0;
+    int m_rowHeight = 0;
 };
 
 // Scores over time, oldest on the left, with an optional mark (the pass mark) drawn across as a dashed line. Each
@@ -69,7 +68,7 @@ protected:
 
 private:
     QRectF plot() const;
-    QPointF position(qsizetype index) const;
+    QPointF position(qsizetype index, const QRectF& plotArea) const;
 
     QList<Point> m_points;
     std::optional<double> m_mark;
