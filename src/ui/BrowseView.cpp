@@ -32,7 +32,9 @@ namespace {
 
 const QSize figureFrame(420, 260);
 constexpr int figurePadding = 8;
-constexpr int listHeight = 280;
+// The list grows with what it finds, between these many rows, and scrolls beyond.
+constexpr int fewestRows = 4;
+constexpr int mostRows = 10;
 
 QString letter(qsizetype position)
 {
@@ -189,7 +191,6 @@ BrowseView::BrowseView(Store& store, QWidget* parent) : SectionView(parent), m_s
     m_list->setSelectionMode(QAbstractItemView::SingleSelection);
     m_list->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_list->setTextElideMode(Qt::ElideRight);
-    m_list->setFixedHeight(listHeight);
     QHeaderView* header = m_list->header();
     header->setStretchLastSection(false);
     header->setSectionResizeMode(0, QHeaderView::Fixed);
@@ -337,6 +338,9 @@ void BrowseView::search()
                                 m_bookmarkedOnly->isChecked(), m_missedBefore->isChecked()};
     m_found = m_search.find(filter, m_store.saved(), m_store.profile().id);
     m_model->setQuestions(m_search.pool(), m_found);
+    const int rowHeight = m_found.isEmpty() ? fontMetrics().height() + 4 : m_list->sizeHintForRow(0);
+    m_list->setFixedHeight(m_list->header()->sizeHint().height() + 2 * m_list->frameWidth() +
+                           rowHeight * std::clamp(int(m_found.size()), fewestRows, mostRows));
     m_count->setText(m_found.isEmpty()     ? QStringLiteral("No questions match.")
                      : m_found.size() == 1 ? QStringLiteral("1 question found")
                                            : QStringLiteral("%1 questions found").arg(m_found.size()));

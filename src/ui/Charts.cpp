@@ -354,11 +354,9 @@ void ScoreChart::paintEvent(QPaintEvent*)
     }
     if (m_mark) {
         const double y = std::round(area.bottom() - area.height() * *m_mark) + 0.5;
+        // Named in the legend above the chart, where no point can cover its label.
         p.setPen(QPen(c.text, 1.5, Qt::DashLine));
         p.drawLine(QPointF(area.left(), y), QPointF(area.right(), y));
-        p.setPen(c.text);
-        p.drawText(QRectF(area.left(), y - fm.height() - 1, area.width(), fm.height()),
-                   Qt::AlignRight | Qt::AlignBottom, m_markLabel);
     }
     if (m_points.isEmpty())
         return;
@@ -401,9 +399,12 @@ QWidget* poolCharts(const Pool& pool, const Saved& saved, const QUuid& profile, 
     const QList<Result> fresh = freshExams(saved.results, pool.id, profile);
     if (!fresh.isEmpty()) {
         const QList<ScorePoint> scores = scorePoints(fresh, chartedScores);
-        layout->addWidget(
-            legend(QStringLiteral("Fresh exam scores (%1 shown). Green points passed.").arg(scores.size()), charts,
-                   QStringLiteral("examScoresLegend")));
+        layout->addWidget(legend(QStringLiteral("Fresh exam scores, the last %1. The dashed line is the pass mark, "
+                                                "%2/%3; green points passed.")
+                                     .arg(scores.size())
+                                     .arg(pool.passCount)
+                                     .arg(pool.examCount),
+                                 charts, QStringLiteral("examScoresLegend")));
         const double mark = pool.examCount > 0 ? double(pool.passCount) / double(pool.examCount) : 0;
         auto* chart =
             new ScoreChart(ScoreChart::points(scores), mark,

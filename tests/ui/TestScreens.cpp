@@ -23,6 +23,7 @@
 #include <QScrollArea>
 #include <QSlider>
 #include <QTimer>
+#include <QTreeView>
 #include <csignal>
 
 namespace {
@@ -619,9 +620,30 @@ private slots:
             if (shuffled)
                 std::sort(started.begin(), started.end());
             QCOMPARE(started, found); // the pool's order is its identifiers' order
+            if (!shuffled) { // the first one answered wrongly and checked
+                h.store->answer((s.questions.first().correct + 1) % 4);
+                h.store->reveal();
+            }
             h.store->leave();
             settle();
         }
+        // Back on Browse, the wrong answer shows in the list and "Missed before" finds exactly that question.
+        auto* list = h.visible<QTreeView>(u"browseResults"_s);
+        QCOMPARE(list->model()->index(0, 2).data().toString(), u"0 of 1 right · last wrong"_s);
+        h.visible<QCheckBox>(u"missedBefore"_s)->setChecked(true);
+        QCOMPARE(questionIds(view->found()), QStringList{found.first()});
+        h.visible<QCheckBox>(u"missedBefore"_s)->setChecked(false);
+        // Down in the search field walks the list; the subelement picker narrows what was found.
+        QTest::keyClick(field, Qt::Key_Down);
+        QCOMPARE(QString(view->selected() + u' ' + h.shown({u"browsePrompt"_s})),
+                 QString(found.at(1) + u' ' + view->found().at(1).prompt));
+        auto* subelements = h.visible<QComboBox>(u"browseSubelement"_s);
+        const int e5 = subelements->findData(u"E5"_s);
+        subelements->setCurrentIndex(e5);
+        emit subelements->activated(e5);
+        const QStringList inE5 = questionIds(view->found());
+        QVERIFY(!inE5.isEmpty() && inE5.size() < found.size());
+        QCOMPARE(inE5, found.filter(QRegularExpression(u"^E5"_s)));
         Theme::apply(*qApp, Theme::Scheme::dark);
         screenshot(*h.root, u"dark-browse"_s);
         Theme::apply(*qApp, Theme::Scheme::light);
@@ -712,6 +734,16 @@ private slots:
         }
         QCOMPARE(answers, 12);
         screenshot(*h.root, u"progress-charts"_s);
+        // At the smallest window, in the dark scheme, every chart keeps the room its texts and lines need.
+        h.root->resize(h.root->minimumSize());
+        Theme::apply(*qApp, Theme::Scheme::dark);
+        screenshot(*h.root, u"dark-progress-charts-small"_s);
+        const auto charts = h.root->findChildren<QWidget*>(QRegularExpression(u"^(subelementChart|examScores)$"_s));
+        QCOMPARE(charts.size(), 4); // two pools with bars, two with fresh exams
+        for (QWidget* chart : charts)
+            QVERIFY2(chart->width() >= chart->minimumSizeHint().width(), qPrintable(chart->objectName()));
+        Theme::apply(*qApp, Theme::Scheme::light);
+        h.root->resize(1200, 860);
         QTest::mouseClick(rows.at(2), Qt::LeftButton); // opens that result
         QCOMPARE(QString(h.store->result()->session.mode + h.body()), u"Club ChallengeresultView"_s);
         h.store->setResult(std::nullopt);
