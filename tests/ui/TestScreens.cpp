@@ -620,7 +620,7 @@ private slots:
             if (shuffled)
                 std::sort(started.begin(), started.end());
             QCOMPARE(started, found); // the pool's order is its identifiers' order
-            if (!shuffled) { // the first one answered wrongly and checked
+            if (!shuffled) {          // the first one answered wrongly and checked
                 h.store->answer((s.questions.first().correct + 1) % 4);
                 h.store->reveal();
             }
