@@ -562,6 +562,8 @@ private slots:
 
     void browseFindsShowsAndPractises()
     {
+        QCOMPARE(RootView::sections().mid(0, 3), (QStringList{u"Learn"_s, u"Browse"_s, u"Progress"_s}));
+        QCOMPARE(RootView::iconName(u"Browse"_s), u"magnifyingglass"_s);
         Harness h;
         h.store->addProfile(u"Ada"_s);
         h.root->resize(h.root->minimumSize());
@@ -644,6 +646,13 @@ private slots:
         const QStringList inE5 = questionIds(view->found());
         QVERIFY(!inE5.isEmpty() && inE5.size() < found.size());
         QCOMPARE(inE5, found.filter(QRegularExpression(u"^E5"_s)));
+        // Another learner sees their own records and bookmarks at once.
+        h.store->select(h.store->saved().profiles.first().id); // Guest
+        settle();
+        QCOMPARE(list->model()->index(0, 2).data().toString(), u"Not studied"_s);
+        h.visible<QCheckBox>(u"bookmarkedOnly"_s)->setChecked(true);
+        QVERIFY(view->found().isEmpty() && !h.visible<QPushButton>(u"practiseThese"_s)->isEnabled());
+        QCOMPARE(h.shown({u"browseCount"_s}), u"No questions match."_s);
         Theme::apply(*qApp, Theme::Scheme::dark);
         screenshot(*h.root, u"dark-browse"_s);
         Theme::apply(*qApp, Theme::Scheme::light);
