@@ -94,4 +94,4 @@ click 1092 767 && screen submit-confirmation                                    
 xdotool mousemove "$((510 * scale))" "$((406 * scale))" click 1 && sleep 1          # Submit, in the confirmation
 shot result
 click 1106 139                                                                   # Done
-click 65 170 && shot progress                                                    # Progress
+click 65 208 && shot progress                                                    # Progress

@@ -134,6 +134,18 @@ QSet<QString> weakGroups(const Pool& pool, const QMap<QString, Stat>& stats, con
     return weak;
 }
 
+QList<Result> freshExams(const QList<Result>& results, const QString& poolId, const QUuid& profile)
+{
+    // Complete, uninterrupted ordinary exams of this pool; club challenges do not count.
+    QList<Result> fresh;
+    for (const Result& r : results) {
+        if (r.session.profile == profile && r.session.pool.id == poolId && r.session.mode == Modes::exam &&
+            r.eligible())
+            fresh.append(r);
+    }
+    return fresh;
+}
+
 PoolProgress poolProgress(const Pool& pool, const Saved& saved, const QUuid& profile)
 {
     PoolProgress progress;
@@ -145,19 +157,12 @@ PoolProgress poolProgress(const Pool& pool, const Saved& saved, const QUuid& pro
     }
     progress.coverage = QString::asprintf("Pool coverage: %lld/%lld", progress.studied, progress.total);
 
-    // Fresh exams: complete, uninterrupted ordinary exams of this pool; club challenges do not count.
-    QList<const Result*> fresh;
-    for (const Result& r : saved.results) {
-        if (r.session.profile == profile && r.session.pool.id == pool.id && r.session.mode == Modes::exam &&
-            r.eligible())
-            fresh.append(&r);
-    }
-    const QList<const Result*> recent = fresh.mid(std::max<qsizetype>(0, fresh.size() - 5));
+    const QList<Result> fresh = freshExams(saved.results, pool.id, profile);
+    const QList<Result> recent = fresh.mid(std::max<qsizetype>(0, fresh.size() - 5));
     if (recent.isEmpty()) {
         progress.readiness = QStringLiteral("Take a fresh exam to begin tracking readiness.");
     } else {
-        const qint64 passed =
-            std::count_if(recent.cbegin(), recent.cend(), [](const Result* r) { return r->passed(); });
+        const qint64 passed = std::count_if(recent.cbegin(), recent.cend(), [](const Result& r) { return r.passed(); });
         const qint64 count = recent.size();
         progress.readiness = QString::asprintf("Recent fresh exams: %lld/%lld passed.", passed, count) +
                              (count == 5 && passed == 5 ? QStringLiteral(" Consistent passing results.")

@@ -50,6 +50,9 @@ bool isWeak(const GroupTally& tally);
 // The groups of the pool (ascending) that need practice.
 QSet<QString> weakGroups(const Pool& pool, const QMap<QString, Stat>& stats, const QUuid& profile);
 
+// The learner's fresh exams of a pool (complete, uninterrupted ordinary exams), oldest first.
+QList<Result> freshExams(const QList<Result>& results, const QString& poolId, const QUuid& profile);
+
 // One row of a pool on the progress screen.
 struct GroupRow
 {

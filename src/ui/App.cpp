@@ -3,6 +3,7 @@
 
 #include "Appearance.h"
 
+#include "BrowseView.h"
 #include "ExamView.h"
 #include "HelpView.h"
 #include "HistoryView.h"
@@ -59,6 +60,7 @@ const QList<Section>& sectionTable()
 {
     static const QList<Section> table = {
         {QStringLiteral("Learn"), QStringLiteral("book")},
+        {QStringLiteral("Browse"), QStringLiteral("magnifyingglass")},
         {QStringLiteral("Progress"), QStringLiteral("chart.bar")},
         {QStringLiteral("Top 10"), QStringLiteral("trophy")},
         {QStringLiteral("History"), QStringLiteral("clock")},
@@ -126,6 +128,8 @@ QString RootView::iconName(const QString& tab)
 QWidget* RootView::makeSection(const QString& tab, Store& store, QWidget* parent)
 {
     // Compared in this order; anything else, "Learn" included, is the set-up screen.
+    if (tab == QLatin1StringView("Browse"))
+        return new BrowseView(store, parent);
     if (tab == QLatin1StringView("Progress"))
         return new ProgressViewPage(store, parent);
     if (tab == QLatin1StringView("Top 10"))

@@ -1,6 +1,7 @@
 // The "History" section.
 #include "HistoryView.h"
 
+#include "Charts.h"
 #include "SectionWidgets.h"
 #include "store/Results.h"
 #include "store/Store.h"
@@ -90,6 +91,8 @@ void HistoryView::redraw()
         empty->setObjectName(QStringLiteral("historyEmpty"));
         layout->addWidget(empty);
     }
+    if (QWidget* trend = historyTrend(results, rows))
+        layout->addWidget(trend);
     for (const Result& r : results) {
         QPushButton* button = row(r, rows);
         connect(button, &QPushButton::clicked, this, [this, r] { m_store.setResult(r); });

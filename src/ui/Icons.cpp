@@ -28,6 +28,7 @@ const QHash<QString, QString>& themeNames()
         {QStringLiteral("flag.fill"), QStringLiteral("flag-red")},
         {QStringLiteral("bookmark"), QStringLiteral("bookmark-new")},
         {QStringLiteral("stopwatch"), QStringLiteral("chronometer")},
+        {QStringLiteral("magnifyingglass"), QStringLiteral("edit-find")},
     };
     return names;
 }
@@ -53,6 +54,7 @@ const QStringList drawnNames = {
     QStringLiteral("exclamationmark.triangle"),
     QStringLiteral("stopwatch"),
     QStringLiteral("checkmark.seal"),
+    QStringLiteral("magnifyingglass"),
 };
 
 // Draws one symbol into a 24 x 24 design square.
@@ -137,6 +139,10 @@ void drawSymbol(QPainter& p, const QString& name, const QColor& color)
         p.setBrush(color);
         p.setPen(Qt::NoPen);
         p.drawEllipse(QPointF(12, 17), 1.2, 1.2);
+    } else if (name == QLatin1StringView("magnifyingglass")) {
+        p.drawEllipse(QRectF(4, 4, 12, 12));
+        p.setPen(QPen(color, 2.4, Qt::SolidLine, Qt::RoundCap));
+        p.drawLine(QPointF(14.5, 14.5), QPointF(20, 20));
     } else if (name == QLatin1StringView("chevron.down")) {
         QPainterPath v;
         v.moveTo(6, 9);

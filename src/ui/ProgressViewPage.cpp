@@ -1,6 +1,7 @@
 // The "Progress" section.
 #include "ProgressViewPage.h"
 
+#include "Charts.h"
 #include "ReviewLabels.h"
 #include "SectionWidgets.h"
 #include "store/Results.h"
@@ -42,6 +43,7 @@ QFrame* poolCard(const PoolProgress& progress, const Store& store, QWidget* pare
     QLabel* note = caption(progress.caption, frame);
     note->setObjectName(QStringLiteral("readinessCaption"));
     layout->addWidget(note);
+    layout->addWidget(poolCharts(progress.pool, store.saved(), store.profile().id, frame));
 
     auto* groups = new QWidget(frame);
     auto* grid = new QGridLayout(groups);

@@ -1,10 +1,12 @@
 // The store: start-up and storage, learners, exam composition, sessions, and the figures and texts of results.
 #include "model/Json.h"
+#include "store/Browse.h"
 #include "store/ResultText.h"
 #include "store/Results.h"
 #include "store/Review.h"
 #include "store/Seeded.h"
 #include "store/Settings.h"
+#include "store/Trends.h"
 #include "support/StoreFixtures.h"
 #include "support/TestEnvironment.h"
 
@@ -77,6 +79,21 @@ QMap<QString, Stat> counts(QMap<QString, Stat> stats)
     for (Stat& s : stats)
         s = Stat{s.attempts, s.correct, s.lastCorrect};
     return stats;
+}
+
+// A Technician pool whose texts share nothing but the few words a search test looks for.
+Pool searchPool()
+{
+    Pool p = techPool;
+    for (Question& q : p.questions) {
+        q.prompt = u"Which choice fits?"_s;
+        q.answers = {u"Alpha"_s, u"Bravo"_s, u"Charlie"_s, u"Delta"_s};
+    }
+    p.questions[0].prompt = u"What is the Impédance of a CAPACITOR?"_s; // T1A01
+    p.questions[1].answers[2] = u"Résistance in the ﬁeld"_s;            // T1A02
+    p.questions[10].prompt = u"Why don’t you — ever — say 73?"_s;       // T1B01
+    p.questions[260].answers[3] = u"The IMPEDANCE is matched"_s;        // T2A01
+    return p;
 }
 
 } // namespace
@@ -706,6 +723,103 @@ private slots:
         QCOMPARE(p.rows.at(1), (GroupRow{u"T1B"_s, u"Commission's rules"_s, u"Not studied"_s}));
         QCOMPARE(p.rows.at(2).accuracy + p.rows.at(26).accuracy, u"Not studied66% · 3 answers"_s);
         QCOMPARE(p.rows.at(26).topic, u"Question group"_s);
+    }
+
+    // The Browse screen's search and the charts' figures.
+
+    void searchFindsByIdentifierWordsAndFilters_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("subelement");
+        QTest::addColumn<bool>("bookmarked");
+        QTest::addColumn<bool>("missed");
+        QTest::addColumn<QString>("found");
+        const auto row = [](const char* name, const QString& text, const QString& found, const QString& sub = {},
+                            bool bookmarked = false, bool missed = false) {
+            QTest::newRow(name) << text << sub << bookmarked << missed << found;
+        };
+        row("group prefix", u"T1A"_s, u"T1A01 T1A02 T1A03 T1A04 T1A05 T1A06 T1A07 T1A08 T1A09 T1A10"_s);
+        row("identifier, any case, blanks around", u"  t1b01 "_s, u"T1B01"_s);
+        row("identifier inside is no prefix", u"1A01"_s, QString());
+        row("word without its accent", u"impedance"_s, u"T1A01 T2A01"_s);
+        row("word typed with accent and capitals", u"IMPÉDANCE"_s, u"T1A01 T2A01"_s);
+        row("part of a word in an answer", u"resist"_s, u"T1A02"_s);
+        row("ligature", u"field"_s, u"T1A02"_s);
+        row("typographic apostrophe and dash", u"don't -"_s, u"T1B01"_s);
+        row("every word must match", u"capacitor impedance"_s, u"T1A01"_s);
+        row("identifier prefix and a word", u"T2 impedance"_s, u"T2A01"_s);
+        row("word nowhere", u"impedance xyz"_s, QString());
+        row("subelement", u"impedance"_s, u"T2A01"_s, u"T2"_s);
+        row("subelement without words", u"T2A0"_s, QString(), u"T1"_s);
+        row("bookmarked, this learner and pool only", QString(), u"T1A02 T2A01"_s, QString(), true);
+        row("missed before", QString(), u"T1A01 T1B01"_s, QString(), false, true);
+        row("bookmarked and missed", QString(), QString(), QString(), true, true);
+        row("missed, word and subelement", u"don't"_s, u"T1B01"_s, u"T1"_s, false, true);
+        row("bookmarked and a word", u"impedance"_s, u"T2A01"_s, QString(), true);
+    }
+    void searchFindsByIdentifierWordsAndFilters()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, subelement);
+        QFETCH(bool, bookmarked);
+        QFETCH(bool, missed);
+        QFETCH(QString, found);
+        const Pool pool = searchPool();
+        Saved saved = Saved::initial();
+        const QUuid other = QUuid::createUuid();
+        const auto key = [&](const QString& id, const QUuid& who = anna) { return statKey(who, pool.id, id); };
+        saved.bookmarks = {key(u"T1A02"_s), key(u"T2A01"_s), key(u"T1A01"_s, other),
+                           statKey(anna, u"tech-2022"_s, u"T1B01"_s)};
+        // Wrong once is missed, even if the last answer was right; never answered or always right is not.
+        saved.stats = {{key(u"T1A01"_s), Stat{3, 2, true}},
+                       {key(u"T1B01"_s), Stat{1, 0, false}},
+                       {key(u"T2A01"_s), Stat{4, 4, true}},
+                       {key(u"T1A03"_s), Stat{0, 0, false}},
+                       {key(u"T1A02"_s, other), Stat{1, 0, false}}};
+        const PoolSearch search(pool);
+        QCOMPARE(ids(search.find({text, subelement, bookmarked, missed}, saved, anna)).join(u' '), found);
+    }
+
+    void browseListsAndChartFigures()
+    {
+        Pool pool = techPool;
+        QCOMPARE(subelements(pool), (QStringList{u"T1"_s, u"T2"_s}));
+        pool.questions.prepend(pool.questions.takeAt(300)); // a T2 question first: the pool's order decides
+        pool.questions[5].group = u"T0A"_s;
+        QCOMPARE(subelements(pool), (QStringList{u"T2"_s, u"T1"_s, u"T0"_s}));
+        const QList<std::pair<std::optional<Stat>, QString>> records{
+            {std::nullopt, u"Not studied"_s},
+            {Stat{0, 0, false}, u"Not studied"_s},
+            {Stat{3, 2, false}, u"2 of 3 right · last wrong"_s},
+            {Stat{12, 12, true}, u"12 of 12 right · last right"_s}};
+        for (const auto& [stat, text] : records)
+            QCOMPARE(recordText(stat), text);
+
+        // Subelement bars: T1 at 8 of 10 (80 % is not weak), T2 at 3 of 4; another learner's answers never count.
+        pool = techPool;
+        pool.topics = {{u"T1"_s, u"Commission's rules"_s}};
+        QMap<QString, Stat> stats{{statKey(anna, pool.id, u"T1A01"_s), Stat{6, 5, true}},
+                                  {statKey(anna, pool.id, u"T1Z10"_s), Stat{4, 3, false}},
+                                  {statKey(anna, pool.id, u"T2A01"_s), Stat{4, 3, true}},
+                                  {statKey(QUuid::createUuid(), pool.id, u"T2A02"_s), Stat{9, 0, false}}};
+        QList<SubelementBar> bars = subelementBars(pool, stats, anna);
+        QCOMPARE(bars, (QList<SubelementBar>{{u"T1"_s, u"Commission's rules"_s, 10, 8, false},
+                                             {u"T2"_s, u"Subelement"_s, 4, 3, true}}));
+        QCOMPARE(bars[0].description(), u"T1 Commission's rules: 80% correct, 10 answers"_s);
+        QCOMPARE(bars[1].description(), u"T2 Subelement: 75% correct, 4 answers, needs practice"_s);
+        stats = {{statKey(anna, pool.id, u"T2A01"_s), Stat{0, 0, false}}};
+        bars = subelementBars(pool, stats, anna);
+        QVERIFY(bars[0].weak && bars[1].weak && bars[1].percent() == 0);
+        QCOMPARE(bars[1].description(), u"T2 Subelement: not studied"_s);
+
+        // Score points: the last ones, judged by the pool's pass mark as a share (26 of 35).
+        const QList<Result> list = results({{.score = 20, .finished = 1},
+                                            {.score = 26, .finished = 2},
+                                            {.score = 25, .finished = 3},
+                                            {.score = 3, .finished = 4, .mode = u"Study All"_s, .questions = 4}});
+        QCOMPARE(scorePoints(list, 3), (QList<ScorePoint>{{2, 26, 35, true}, {3, 25, 35, false}, {4, 3, 4, true}}));
+        QCOMPARE(scorePoints(list, 10).size(), 4);
+        QCOMPARE(freshExams(list, u"tech-2026"_s, anna), list.mid(0, 3));
     }
 
     void exportAndPrintTexts()

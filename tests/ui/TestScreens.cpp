@@ -5,7 +5,9 @@
 #include "UiHarness.h"
 #include "store/Seeded.h"
 #include "store/Settings.h"
+#include "ui/BrowseView.h"
 #include "ui/CardButton.h"
+#include "ui/Charts.h"
 #include "ui/DiagramReviewView.h"
 #include "ui/DiagramView.h"
 #include "ui/ElidedLabel.h"
@@ -14,12 +16,14 @@
 #include "ui/ResultView.h"
 #include "ui/SectionWidgets.h"
 
+#include <QAccessible>
 #include <QCheckBox>
 #include <QDesktopServices>
 #include <QListWidget>
 #include <QScreen>
 #include <QScrollArea>
 #include <QSlider>
+#include <QTreeView>
 
 namespace {
 
@@ -30,6 +34,14 @@ bool answersInView(Harness& h)
     QWidget* last = h.visible(u"answer-3"_s);
     return viewport->rect().contains(QRect(h.visible(u"answer-0"_s)->mapTo(viewport, QPoint()),
                                            last->mapTo(viewport, QPoint(last->width() - 1, last->height() - 1))));
+}
+
+QStringList questionIds(const QList<Question>& questions)
+{
+    QStringList list;
+    for (const Question& q : questions)
+        list << q.id;
+    return list;
 }
 
 } // namespace
@@ -547,6 +559,104 @@ private slots:
         QCOMPARE(h.store->saved().profiles.size(), f[1] == "Brian"_L1 ? 3 : 2);
     }
 
+    void browseFindsShowsAndPractises()
+    {
+        QCOMPARE(RootView::sections().mid(0, 3), (QStringList{u"Learn"_s, u"Browse"_s, u"Progress"_s}));
+        QCOMPARE(RootView::iconName(u"Browse"_s), u"magnifyingglass"_s);
+        Harness h;
+        h.store->addProfile(u"Ada"_s);
+        h.root->resize(h.root->minimumSize());
+        h.root->setTab(u"Browse"_s);
+        auto* view = h.root->findChild<BrowseView*>();
+        auto* field = h.visible<QLineEdit>(u"browseSearch"_s);
+        // One step from an identifier to the whole question with its correct answer marked.
+        type(field, u"t5a07"_s);
+        QCOMPARE(questionIds(view->found()), QStringList{u"T5A07"_s});
+        const Question q = view->found().first();
+        QVERIFY(h.shown({u"browseQuestionTitle"_s}).startsWith(u"T5A07 · "_s));
+        QCOMPARE(h.shown({u"browsePrompt"_s}), q.prompt);
+        for (qint64 i = 0; i < 4; ++i) {
+            auto* answer = h.visible<QLabel>(u"browseAnswer-%1"_s.arg(i));
+            const QString text = QChar(char16_t(u'A' + i)) + u". "_s + q.answers.at(i);
+            QCOMPARE(answer->text(), text);
+            QCOMPARE(answer->accessibleName(), (i == q.correct ? u"Correct answer: "_s : QString()) + text);
+            QCOMPARE(answer->property("tone").toString(), i == q.correct ? u"success"_s : QString());
+        }
+        QVERIFY(!h.visible(u"browseFigure"_s));
+        // The bookmark toggle is the question screen's: the learner's bookmark of this pool's question.
+        h.click(u"browseBookmark"_s);
+        const Pool tech = *view->pool();
+        QVERIFY(h.store->saved().bookmarks.contains(h.store->key(tech, q)));
+        QCOMPARE(h.visible<QPushButton>(u"browseBookmark"_s)->text(), u"Bookmarked"_s);
+        type(field, QString());
+        QCOMPARE(view->found().size(), tech.questions.size());
+        h.visible<QCheckBox>(u"bookmarkedOnly"_s)->setChecked(true);
+        QCOMPARE(questionIds(view->found()), QStringList{u"T5A07"_s});
+        h.visible<QCheckBox>(u"bookmarkedOnly"_s)->setChecked(false);
+        // A figure opens enlarged, as on the question screen.
+        type(field, u"T6C02"_s);
+        h.click(u"browseFigure"_s);
+        auto* diagram = h.root->findChild<DiagramView*>();
+        QVERIFY(diagram && diagram->isVisible());
+        screenshot(*diagram, u"browse-diagram"_s, false);
+        diagram->close();
+
+        // Every Extra question on impedance, practised as found and then shuffled.
+        auto* pools = h.visible<QComboBox>(u"browsePool"_s);
+        const int extra = pools->findText(u"Amateur Extra"_s, Qt::MatchStartsWith);
+        pools->setCurrentIndex(extra);
+        emit pools->activated(extra);
+        type(field, u"impedance"_s);
+        const QStringList found = questionIds(view->found());
+        QCOMPARE(found.size(), 58);
+        QCOMPARE(h.shown({u"browseCount"_s}), u"58 questions found"_s);
+        screenshot(*h.root, u"browse"_s);
+        for (const bool shuffled : {false, true}) {
+            h.visible<QCheckBox>(u"browseShuffle"_s)->setChecked(shuffled);
+            h.click(u"practiseThese"_s);
+            QVERIFY(h.store->session());
+            const Session& s = *h.store->session();
+            QCOMPARE(s.mode + u' ' + s.pool.level + u' ' + s.name, u"Study All extra Ada"_s);
+            QStringList started = questionIds(s.questions);
+            if (shuffled)
+                std::sort(started.begin(), started.end());
+            QCOMPARE(started, found); // the pool's order is its identifiers' order
+            if (!shuffled) {          // the first one answered wrongly and checked
+                h.store->answer((s.questions.first().correct + 1) % 4);
+                h.store->reveal();
+            }
+            h.store->leave();
+            settle();
+        }
+        // Back on Browse, the wrong answer shows in the list and "Missed before" finds exactly that question.
+        auto* list = h.visible<QTreeView>(u"browseResults"_s);
+        QCOMPARE(list->model()->index(0, 2).data().toString(), u"0 of 1 right · last wrong"_s);
+        h.visible<QCheckBox>(u"missedBefore"_s)->setChecked(true);
+        QCOMPARE(questionIds(view->found()), QStringList{found.first()});
+        h.visible<QCheckBox>(u"missedBefore"_s)->setChecked(false);
+        // Down in the search field walks the list; the subelement picker narrows what was found.
+        QTest::keyClick(field, Qt::Key_Down);
+        QCOMPARE(QString(view->selected() + u' ' + h.shown({u"browsePrompt"_s})),
+                 QString(found.at(1) + u' ' + view->found().at(1).prompt));
+        auto* subelements = h.visible<QComboBox>(u"browseSubelement"_s);
+        const int e5 = subelements->findData(u"E5"_s);
+        subelements->setCurrentIndex(e5);
+        emit subelements->activated(e5);
+        const QStringList inE5 = questionIds(view->found());
+        QVERIFY(!inE5.isEmpty() && inE5.size() < found.size());
+        QCOMPARE(inE5, found.filter(QRegularExpression(u"^E5"_s)));
+        // Another learner sees their own records and bookmarks at once.
+        h.store->select(h.store->saved().profiles.first().id); // Guest
+        settle();
+        QCOMPARE(list->model()->index(0, 2).data().toString(), u"Not studied"_s);
+        h.visible<QCheckBox>(u"bookmarkedOnly"_s)->setChecked(true);
+        QVERIFY(view->found().isEmpty() && !h.visible<QPushButton>(u"practiseThese"_s)->isEnabled());
+        QCOMPARE(h.shown({u"browseCount"_s}), u"No questions match."_s);
+        Theme::apply(*qApp, Theme::Scheme::dark);
+        screenshot(*h.root, u"dark-browse"_s);
+        Theme::apply(*qApp, Theme::Scheme::light);
+    }
+
     void readinessFollowsRecentFreshExams_data()
     {
         // Anna's fresh exams, newest first (p passed, f failed), then her club challenge, which is no fresh exam.
@@ -572,6 +682,13 @@ private slots:
         QCOMPARE(QString(texts(h.visible(u"progressPool-tech-test"_s), {u"readiness"_s}) + u" / "_s +
                          texts(h.visible(u"progressPool-extra-test"_s), {u"readiness"_s})),
                  QString(f[1] + u" / Take a fresh exam to begin tracking readiness."_s));
+        // The score chart appears with the first fresh exam and names each of them, with the pass mark.
+        auto* chart = h.visible<ScoreChart>(u"examScores"_s);
+        QCOMPARE(chart != nullptr, !f[0].isEmpty());
+        if (chart) {
+            QCOMPARE(chart->description().count(u"/35"_s), f[0].size() + 1);
+            QVERIFY(chart->description().endsWith(u". Pass mark 26/35"_s));
+        }
     }
 
     void dueCountsAndPredictions()
@@ -619,7 +736,42 @@ private slots:
                  u"Amateur Extra · Exam | 12/50 · 01:02:05 / Technician · Exam | 10/35 · 00:05:00 "
                  u"/ Technician · Club Challenge | 27/35 · 00:11:40 / Technician · Exam | 30/35 · "
                  u"00:15:00 / Technician · Exam | 30/35 · 00:20:00"_s);
+        // Above the list, the trend of the five attempts, oldest first.
+        QCOMPARE(h.visible<ScoreChart>(u"historyScores"_s)->description().section(u"; "_s, 0, 0).section(u": "_s, 1),
+                 u"30/35"_s);
+        QCOMPARE(h.visible<ScoreChart>(u"historyScores"_s)->description().count(u"; "_s), 4);
         screenshot(*h.root, u"history"_s);
+        // Each subelement's bar tells its figures in its tooltip and to assistive tools.
+        h.root->setTab(u"Progress"_s);
+        auto* chart = h.visible(u"progressPool-extra-test"_s)->findChild<SubelementChart*>();
+        QAccessibleInterface* node = QAccessible::queryAccessibleInterface(chart);
+        QCOMPARE(node->childCount(), 2);
+        qint64 answers = 0; // Anna answered 12 questions of her Extra exam, all right
+        for (int i = 0; i < 2; ++i) {
+            const SubelementBar& bar = chart->bars().at(i);
+            QAccessibleInterface* item = node->child(i);
+            QCOMPARE(item->text(QAccessible::Name), u"E%1 "_s.arg(i + 1) + bar.title);
+            QCOMPARE(item->text(QAccessible::Description), bar.description());
+            QVERIFY(bar.attempts == 0 || bar.description().contains(u": 100% correct, "_s));
+            // The item covers its bar, and the bar's tooltip is found under it.
+            const QRect row = chart->rowRect(i);
+            QCOMPARE(item->rect(), QRect(chart->mapToGlobal(row.topLeft()), row.size()));
+            QCOMPARE(chart->rowAt(row.center()), i);
+            QCOMPARE(node->childAt(item->rect().center().x(), item->rect().center().y()), item);
+            answers += bar.attempts;
+        }
+        QCOMPARE(answers, 12);
+        screenshot(*h.root, u"progress-charts"_s);
+        // At the smallest window, in the dark scheme, every chart keeps the room its texts and lines need.
+        h.root->resize(h.root->minimumSize());
+        Theme::apply(*qApp, Theme::Scheme::dark);
+        screenshot(*h.root, u"dark-progress-charts-small"_s);
+        const auto charts = h.root->findChildren<QWidget*>(QRegularExpression(u"^(subelementChart|examScores)$"_s));
+        QCOMPARE(charts.size(), 4); // two pools with bars, two with fresh exams
+        for (QWidget* chart : charts)
+            QVERIFY2(chart->width() >= chart->minimumSizeHint().width(), qPrintable(chart->objectName()));
+        Theme::apply(*qApp, Theme::Scheme::light);
+        h.root->resize(1200, 860);
         QTest::mouseClick(rows.at(2), Qt::LeftButton); // opens that result
         QCOMPARE(QString(h.store->result()->session.mode + h.body()), u"Club ChallengeresultView"_s);
         h.store->setResult(std::nullopt);

@@ -1,0 +1,186 @@
+// Benchmark: how fast the Browse section answers a key press, and what the charts add to the Progress section.
+//
+// Usage: bench-browse [pack.json] [rounds]
+// Opens a store whose progress file holds 300 finished exams on the pack's pools. Types several searches into the
+// Browse section on the Extra pool, one key at a time, and times each key press from the changed text to the
+// repainted list (and the search alone). Then times the Progress section's appearance (built, laid out and painted)
+// and, separately, the charts of its pools built and painted on their own: the time the charts add.
+#include "model/Dates.h"
+#include "store/Browse.h"
+#include "store/Results.h"
+#include "store/Seeded.h"
+#include "store/Store.h"
+#include "support/TestEnvironment.h"
+#include "ui/BrowseView.h"
+#include "ui/Charts.h"
+#include "ui/ProgressViewPage.h"
+#include "ui/Theme.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QLineEdit>
+#include <QTemporaryDir>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+constexpr int resultCount = 300;
+
+struct Figures
+{
+    double median = 0;
+    double worst = 0;
+};
+
+Figures figures(QList<double> ms)
+{
+    std::sort(ms.begin(), ms.end());
+    return Figures{ms.at(ms.size() / 2), ms.last()};
+}
+
+double msSince(const QElapsedTimer& timer)
+{
+    return double(timer.nsecsElapsed()) / 1e6;
+}
+
+// A finished exam of the pool by the learner, every fifth answer wrong.
+Result exam(const Pool& pool, const Profile& learner, int n)
+{
+    Session s;
+    s.id = QUuid::createUuid();
+    s.profile = learner.id;
+    s.name = learner.name;
+    s.pool = pool;
+    s.mode = Modes::exam;
+    s.questions = examQuestions(pool, QString::number(n));
+    for (qsizetype i = 0; i < s.questions.size(); ++i)
+        s.answers.insert(s.questions.at(i).id, (s.questions.at(i).correct + ((i + n) % 5 == 0 ? 1 : 0)) % 4);
+    s.started = Dates::now() - 3600.0 * (resultCount - n);
+    s.elapsed = 1500 + n;
+    return Result{QUuid::createUuid(), s, s.started + s.elapsed, s.elapsed};
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    TestEnvironment::prepare();
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    Theme::apply(app);
+    const QStringList args = app.arguments();
+    const QString packPath = args.size() > 1 ? args.at(1) : QStringLiteral(KESTOVAN_SOURCE_DIR "/resources/pools.json");
+    const int rounds = args.size() > 2 ? args.at(2).toInt() : 20;
+
+    QFile packFile(packPath);
+    if (!packFile.open(QIODevice::ReadOnly))
+        qFatal("cannot read %s", qPrintable(packPath));
+    const Pack pack = Pack::fromBytes(packFile.readAll());
+    QTemporaryDir folder;
+    Saved saved = Saved::initial();
+    const Profile learner{QUuid::createUuid(), QStringLiteral("Bench"), std::nullopt};
+    saved.profiles.append(learner);
+    saved.selected = learner.id;
+    for (int n = 0; n < resultCount; ++n) {
+        const Result r = exam(pack.pools.at(n % pack.pools.size()), learner, n);
+        for (const Question& q : r.session.questions) {
+            const QString key = statKey(learner.id, r.session.pool.id, q.id);
+            Stat& s = saved.stats[key];
+            ++s.attempts;
+            s.lastCorrect = r.session.answers.value(q.id) == q.correct;
+            s.correct += s.lastCorrect ? 1 : 0;
+            if (n % 7 == 0)
+                saved.bookmarks.insert(key);
+        }
+        saved.results.append(r);
+    }
+    writeFileAtomically(folder.filePath(QStringLiteral("progress.json")), saved.toBytes());
+    Store store(packPath, folder.path());
+    if (!store.message().isEmpty())
+        qFatal("store: %s", qPrintable(store.message()));
+
+    // Search, one key press at a time, on the Extra pool in the Browse section.
+    BrowseView browse(store);
+    browse.resize(1000, 900);
+    browse.show();
+    auto* pools = browse.findChild<QComboBox*>(QStringLiteral("browsePool"));
+    const int extra = pools->findText(QStringLiteral("Amateur Extra"), Qt::MatchStartsWith);
+    pools->setCurrentIndex(extra);
+    emit pools->activated(extra);
+    const Pool extraPool = *browse.pool();
+    auto* field = browse.findChild<QLineEdit*>(QStringLiteral("browseSearch"));
+    auto* list = browse.findChild<QTreeView*>(QStringLiteral("browseResults"));
+    const QStringList searches{QStringLiteral("impedance"), QStringLiteral("E5A07"), QStringLiteral("resonant circuit"),
+                               QStringLiteral("Ohm’s law"), QStringLiteral("phase angle between voltage and current")};
+    QList<double> keyMs, findMs;
+    const PoolSearch search(extraPool);
+    QElapsedTimer timer;
+    for (int round = 0; round < std::max(1, rounds / 4); ++round) {
+        for (const QString& words : searches) {
+            for (qsizetype n = 1; n <= words.size(); ++n) {
+                timer.start();
+                field->setText(words.left(n));
+                list->viewport()->repaint();
+                browse.repaint();
+                keyMs.append(msSince(timer));
+                timer.start();
+                const QList<Question> found = search.find({words.left(n), QString()}, store.saved(), learner.id);
+                findMs.append(msSince(timer));
+            }
+            field->clear();
+        }
+    }
+    timer.start();
+    const PoolSearch prepared(extraPool);
+    const double prepareMs = msSince(timer);
+
+    // The Progress section's appearance, and the charts of its pools on their own.
+    QList<double> pageMs, chartMs;
+    const QList<Pool> current = [&] {
+        QList<Pool> list;
+        for (const Pool& p : store.studyPools())
+            if (p.current(Dates::today()))
+                list.append(p);
+        return list;
+    }();
+    for (int round = 0; round < rounds; ++round) {
+        timer.start();
+        {
+            ProgressViewPage page(store);
+            page.resize(1000, 800);
+            page.show();
+            (void)page.grab();
+        }
+        pageMs.append(msSince(timer));
+        timer.start();
+        {
+            QWidget holder;
+            auto* layout = new QVBoxLayout(&holder);
+            for (const Pool& p : current)
+                layout->addWidget(poolCharts(p, store.saved(), learner.id, &holder));
+            holder.resize(1000 - 2 * 20 - 2 * 16, 800);
+            holder.show();
+            (void)holder.grab();
+        }
+        chartMs.append(msSince(timer));
+    }
+
+    const Figures k = figures(keyMs), f = figures(findMs), p = figures(pageMs), c = figures(chartMs);
+    std::printf("Extra pool: %lld questions, %d stored results; search texts prepared in %.2f ms\n",
+                qint64(extraPool.questions.size()), resultCount, prepareMs);
+    std::printf("key press to repainted list (%lld presses): median %7.2f ms   worst %7.2f ms\n", qint64(keyMs.size()),
+                k.median, k.worst);
+    std::printf("search alone:                           median %7.2f ms   worst %7.2f ms\n", f.median, f.worst);
+    std::printf("Progress section appearance (%d rounds): median %7.2f ms   worst %7.2f ms\n", rounds, p.median,
+                p.worst);
+    std::printf("its charts alone (%lld pools):           median %7.2f ms   worst %7.2f ms\n", qint64(current.size()),
+                c.median, c.worst);
+    std::printf("without the charts (difference):        median %7.2f ms\n", p.median - c.median);
+    return 0;
+}
