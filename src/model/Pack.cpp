@@ -219,3 +219,16 @@ void Pack::validate() const
         require(isStrictBase64(it.value()));
     }
 }
+
+std::optional<Pool> chosenPool(const QList<Pool>& pools, const QString& id, const QString& today)
+{
+    for (const Pool& p : pools) {
+        if (p.id == id)
+            return p;
+    }
+    for (const Pool& p : pools) {
+        if (p.current(today))
+            return p;
+    }
+    return pools.isEmpty() ? std::nullopt : std::optional(pools.first());
+}

@@ -71,3 +71,6 @@ bool isStrictBase64(const QString& text);
 
 // The level letter that every question id of a level starts with; empty for an unknown level.
 QString levelLetter(const QString& level);
+
+// The pool a picker shows: the one of that id, else the first in use on the given day, else the first of the list.
+std::optional<Pool> chosenPool(const QList<Pool>& pools, const QString& id, const QString& today);

@@ -285,17 +285,7 @@ void BrowseView::buildQuestion(QVBoxLayout* layout)
 
 std::optional<Pool> BrowseView::pool() const
 {
-    const QList<Pool> pools = m_store.pools();
-    for (const Pool& p : pools) {
-        if (p.id == m_poolID)
-            return p;
-    }
-    const QString today = Dates::today();
-    for (const Pool& p : pools) {
-        if (p.current(today))
-            return p;
-    }
-    return pools.isEmpty() ? std::nullopt : std::optional(pools.first());
+    return chosenPool(m_store.pools(), m_poolID, Dates::today());
 }
 
 void BrowseView::redraw()

@@ -322,19 +322,7 @@ void LearnView::buildSetUp(QVBoxLayout* layout)
 
 std::optional<Pool> LearnView::pool() const
 {
-    const QList<Pool> pools = m_store.studyPools();
-    for (const Pool& p : pools) {
-        if (p.id == m_poolID)
-            return p;
-    }
-    const QString today = Dates::today();
-    for (const Pool& p : pools) {
-        if (p.current(today))
-            return p;
-    }
-    if (!pools.isEmpty())
-        return pools.first();
-    return std::nullopt;
+    return chosenPool(m_store.studyPools(), m_poolID, Dates::today());
 }
 
 void LearnView::showEvent(QShowEvent* event)
