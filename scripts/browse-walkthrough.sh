@@ -5,35 +5,17 @@
 #
 #   scripts/browse-walkthrough.sh OUTDIR [light|dark]
 #
-# The learner's folders are temporary (nothing of yours is read or changed) and the network is closed. Needs Xvfb,
-# xdotool, ImageMagick's import and python3; builds the application if needed.
+# The learner's folders are temporary (nothing of yours is read or changed) and the network is closed. Needs
+# python3 besides what scripts/xvfb-session.sh needs.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-for tool in Xvfb xdotool import python3; do
-    command -v "$tool" >/dev/null || { echo "browse-walkthrough needs $tool" >&2; exit 1; }
-done
-out="$(realpath -m "${1:?usage: scripts/browse-walkthrough.sh OUTDIR [light|dark]}")"
-scheme="${2:-light}"
-binary="${KESTOVAN_BINARY:-build/src/kestovan-aerowen}"
-if [ ! -x "$binary" ]; then
-    cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-    cmake --build build --target kestovan-aerowen
-fi
-mkdir -p "$out"
-home="$(mktemp -d)"
-display=":$((90 + RANDOM % 100))"
-cleanup() {
-    [ -n "${app:-}" ] && kill "$app" 2>/dev/null || true
-    [ -n "${xvfb:-}" ] && kill "$xvfb" 2>/dev/null || true
-    rm -rf "$home"
-}
-trap cleanup EXIT
+source scripts/xvfb-session.sh
+progress="$(mktemp)"
+trap 'end_session; rm -f "$progress"' EXIT
 
 # Ada's record on the current Technician pool: ten fresh exams over five weeks, getting better, and two practice
 # sessions; her statistics follow from them. Two questions are bookmarked.
-data="$home/.local/share/Kestovan Aerowen"
-mkdir -p "$data"
-python3 - resources/pools.json "$data/progress.json" <<'PY'
+python3 - resources/pools.json "$progress" <<'PY'
 import json, sys, time, uuid
 pack = json.load(open(sys.argv[1]))
 today = time.strftime("%Y-%m-%d")
@@ -73,28 +55,7 @@ saved = {"profiles": [{"id": guest, "name": "Guest"}, {"id": ada, "name": "Ada"}
 json.dump(saved, open(sys.argv[2], "w"))
 PY
 
-Xvfb "$display" -screen 0 1500x1100x24 -nolisten tcp >/dev/null 2>&1 &
-xvfb=$!
-export DISPLAY="$display"
-for _ in $(seq 100); do xdotool getdisplaygeometry >/dev/null 2>&1 && break; sleep 0.1; done
-mkdir -p "$home/.config/Kestovan"
-printf '[General]\nappearance=%s\n' "$scheme" >"$home/.config/Kestovan/Kestovan Aerowen.conf"
-HOME="$home" XDG_CONFIG_HOME="$home/.config" XDG_DATA_HOME="$home/.local/share" XDG_RUNTIME_DIR="$home" \
-    https_proxy=http://127.0.0.1:9 http_proxy=http://127.0.0.1:9 "$binary" >"$out/application.log" 2>&1 &
-app=$!
-window=""
-for _ in $(seq 100); do
-    window="$(xdotool search --onlyvisible --name '^Kestovan Aerowen$' 2>/dev/null | head -1 || true)"
-    [ -n "$window" ] && break
-    sleep 0.1
-done
-[ -n "$window" ] || { echo "the window did not appear" >&2; exit 1; }
-sleep 1.5
-
-# Points are in the window's own units, for the layout at 1180 by 800.
-click() { xdotool mousemove --window "$window" "$1" "$2" click 1; sleep 0.6; }
-typed() { xdotool key --window "$window" ctrl+a; xdotool type --window "$window" --delay 40 "$1"; sleep 0.5; }
-shot() { import -window "$window" "$out/$1.png"; echo "$out/$1.png"; }
+start_session "$(realpath -m "${1:?usage: scripts/browse-walkthrough.sh OUTDIR [light|dark]}")" "${2:-light}" 1 "$progress"
 prefix=""
 [ "$scheme" = dark ] && prefix="dark-"
 

@@ -7,10 +7,9 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 out="$(realpath -m "${1:?usage: scripts/review-shots.sh OUTDIR}")"
-binary="${KESTOVAN_BINARY:-build/src/kestovan-aerowen}"
-mkdir -p "$out"
+source scripts/xvfb-session.sh
 progress="$(mktemp)"
-trap 'rm -f "$progress"' EXIT
+trap 'end_session; rm -f "$progress"' EXIT
 # A month of answers: each studied question is answered again whenever it falls due, right with its chance of recall
 # (the memory model's formulas, default weights).
 python3 - "$progress" <<'PY'
@@ -48,29 +47,10 @@ saved={"profiles":[{"id":guest,"name":"Guest"},{"id":ada,"name":"Ada"}],"selecte
 json.dump(saved,open(sys.argv[1],'w'))
 PY
 for scheme in light dark; do
-home="$(mktemp -d)"
-display=":$((90 + RANDOM % 100))"
-Xvfb "$display" -screen 0 1500x1100x24 -nolisten tcp >/dev/null 2>&1 &
-xvfb=$!
-export DISPLAY="$display"
-for _ in $(seq 100); do xdotool getdisplaygeometry >/dev/null 2>&1 && break; sleep 0.1; done
-mkdir -p "$home/.config/Kestovan" "$home/.local/share/Kestovan Aerowen"
-printf '[General]\nappearance=%s\n' "$scheme" >"$home/.config/Kestovan/Kestovan Aerowen.conf"
-cp "$progress" "$home/.local/share/Kestovan Aerowen/progress.json"
-HOME="$home" XDG_CONFIG_HOME="$home/.config" XDG_DATA_HOME="$home/.local/share" XDG_RUNTIME_DIR="$home" \
-    https_proxy=http://127.0.0.1:9 http_proxy=http://127.0.0.1:9 "$binary" >"$out/app-$scheme.log" 2>&1 &
-app=$!
-window=""
-for _ in $(seq 100); do
-    window="$(xdotool search --onlyvisible --name '^Kestovan Aerowen$' 2>/dev/null | head -1 || true)"
-    [ -n "$window" ] && break
-    sleep 0.1
-done
-sleep 2
-prefix=""; [ "$scheme" = dark ] && prefix="dark-"
-import -window "$window" "$out/${prefix}learn-review.png"
-xdotool mousemove --window "$window" 65 170 click 1; sleep 1.5
-import -window "$window" "$out/${prefix}progress-prediction.png"
-kill "$app"; sleep 0.5; kill "$xvfb" || true
-rm -rf "$home"
+    start_session "$out" "$scheme" 1 "$progress"
+    prefix=""
+    [ "$scheme" = dark ] && prefix="dark-"
+    shot "${prefix}learn-review"
+    click 65 208 && sleep 1 && shot "${prefix}progress-prediction" # Progress
+    end_session
 done

@@ -8,60 +8,11 @@
 #   scripts/walkthrough.sh OUTDIR [light|dark] [SCALE]
 #
 # The learner's folders are temporary (nothing of yours is read or changed) and the network is closed, so the pool
-# and release checks fail quietly. Needs Xvfb, xdotool and ImageMagick's import; builds the application if needed.
+# and release checks fail quietly (see scripts/xvfb-session.sh); builds the application if needed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-for tool in Xvfb xdotool import; do
-    command -v "$tool" >/dev/null ||
-        { echo "walkthrough needs $tool: sudo apt-get install xvfb xdotool imagemagick" >&2; exit 1; }
-done
-out="$(realpath -m "${1:?usage: scripts/walkthrough.sh OUTDIR [light|dark] [SCALE]}")"
-scheme="${2:-light}"
-scale="${3:-1}"
-binary="${KESTOVAN_BINARY:-build/src/kestovan-aerowen}"
-if [ ! -x "$binary" ]; then
-    cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-    cmake --build build --target kestovan-aerowen
-fi
-mkdir -p "$out"
-home="$(mktemp -d)"
-display=":$((90 + RANDOM % 100))"
-cleanup() {
-    [ -n "${app:-}" ] && kill "$app" 2>/dev/null || true
-    [ -n "${xvfb:-}" ] && kill "$xvfb" 2>/dev/null || true
-    rm -rf "$home"
-}
-trap cleanup EXIT
-
-Xvfb "$display" -screen 0 "$((1500 * scale))x$((1100 * scale))x24" -nolisten tcp >/dev/null 2>&1 &
-xvfb=$!
-export DISPLAY="$display"
-for _ in $(seq 100); do xdotool getdisplaygeometry >/dev/null 2>&1 && break; sleep 0.1; done
-xdotool getdisplaygeometry >/dev/null 2>&1 || { echo "Xvfb did not start on $display" >&2; exit 1; }
-
-mkdir -p "$home/.config/Kestovan"
-printf '[General]\nappearance=%s\n' "$scheme" >"$home/.config/Kestovan/Kestovan Aerowen.conf"
-HOME="$home" XDG_CONFIG_HOME="$home/.config" XDG_DATA_HOME="$home/.local/share" XDG_RUNTIME_DIR="$home" \
-    QT_SCALE_FACTOR="$scale" https_proxy=http://127.0.0.1:9 http_proxy=http://127.0.0.1:9 \
-    "$binary" >"$out/application.log" 2>&1 &
-app=$!
-window=""
-for _ in $(seq 100); do
-    window="$(xdotool search --onlyvisible --name '^Kestovan Aerowen$' 2>/dev/null | head -1 || true)"
-    [ -n "$window" ] && break
-    sleep 0.1
-done
-[ -n "$window" ] || { echo "the window did not appear" >&2; exit 1; }
-sleep 1.5
-
-# Clicks at a point given in the window's own units at 100 % (the layout at 1180 by 800).
-click() { xdotool mousemove --window "$window" "$(($1 * scale))" "$(($2 * scale))" click 1; sleep 0.6; }
-keys() { xdotool key --window "$window" --delay 80 "$@"; sleep 0.6; }
-typed() { xdotool key --window "$window" ctrl+a; xdotool type --window "$window" --delay 40 "$1"; sleep 0.3; }
-size() { xdotool windowsize "$window" "$(($1 * scale))" "$(($2 * scale))"; sleep 1; }
-shot() { import -window "$window" "$out/$1.png"; echo "$out/$1.png"; }
-# Popups and dialogs are windows of their own: the screen's part where the main window is.
-screen() { import -window root -crop "$((1180 * scale))x$((800 * scale))+0+0" +repage "$out/$1.png"; echo "$out/$1.png"; }
+source scripts/xvfb-session.sh
+start_session "$(realpath -m "${1:?usage: scripts/walkthrough.sh OUTDIR [light|dark] [SCALE]}")" "${2:-light}" "${3:-1}"
 
 shot learn
 click 354 461 && typed Ada && click 526 461                                      # add Ada
