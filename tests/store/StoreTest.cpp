@@ -12,7 +12,6 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 using namespace StoreFixtures;
@@ -133,6 +132,17 @@ class StoreTest : public QObject
         m_store->setMessage(QString());
         m_store->begin(tech(), mode, name, shuffle, code, subset ? std::optional(pick(tech(), *subset)) : std::nullopt);
         return m_store->message().isEmpty() ? ids(m_store->session()->questions) : QStringList();
+    }
+    // The current learner practises the one question, answers it right or wrong and checks it; gives its statistic
+    // afterwards.
+    Stat answered(const QString& id, bool right)
+    {
+        start(Modes::studyAll, u"Anna"_s, QStringList{id});
+        const Question q = m_store->session()->questions[0];
+        m_store->answer(right ? q.correct : wrong(q));
+        m_store->reveal();
+        m_store->finish();
+        return m_store->saved().stats.value(m_store->key(tech(), q));
     }
 
 private slots:
@@ -440,21 +450,13 @@ private slots:
         QCOMPARE(m_store->message(), u"No questions match this practice mode yet."_s);
 
         // A wrong answer is due again the same day; right answers drift to days, then weeks apart.
-        const auto answer = [&](bool right) {
-            start(Modes::studyAll, u"Anna"_s, QStringList{"T1A05"});
-            const Question q = m_store->session()->questions[0];
-            m_store->answer(right ? q.correct : wrong(q));
-            m_store->reveal();
-            m_store->finish();
-            return m_store->saved().stats.value(m_store->key(tech(), q));
-        };
-        Stat t = answer(false);
+        Stat t = answered(u"T1A05"_s, false);
         QVERIFY(*t.reviewed == now && *t.due > now && *t.due < now + 3600);
         now += 3600;
         QCOMPARE(start(Modes::dueForReview, u"Anna"_s, QStringList{"T1A05", "T1A01"}), QStringList{"T1A05"});
         QList<double> days;
         for (int review = 0; review < 5; ++review) {
-            t = answer(true);
+            t = answered(u"T1A05"_s, true);
             days.append((*t.due - now) / 86400);
             QVERIFY(start(Modes::dueForReview, u"Anna"_s, QStringList{"T1A05"}).isEmpty());
             now = *t.due;
@@ -471,20 +473,14 @@ private slots:
         const QByteArray old = Fixtures::readFile(m_rig.progressPath());
         QVERIFY(!old.contains("\"due\"") && !old.contains("\"stability\""));
         QCOMPARE(m_store->saved(), Saved::fromBytes(old));
-        start(Modes::studyAll, u"Anna"_s, QStringList{"T1A01"});
-        m_store->answer(tech().questions.at(0).correct);
-        m_store->reveal();
-        m_store->finish();
+        const Stat t = answered(u"T1A01"_s, true); // the counts go on, and a memory state begins
+        QVERIFY(t.attempts == 4 && t.correct == 3 && t.lastCorrect && t.due);
         // This version's file only adds the memory keys to a statistic, so 1.0.2, which reads the other three and
-        // passes over unknown keys, reads what this version reads without the memory state.
-        const QString file = QString::fromUtf8(Fixtures::readFile(m_rig.progressPath()));
-        const QString t1a01 = m_store->key(tech(), tech().questions.at(0));
-        QCOMPARE(Json::parseObject(file.toUtf8())[u"stats"_s][t1a01].toObject().keys(),
+        // passes over unknown keys, reads it; this version reads its memory state back as it was.
+        const QByteArray file = Fixtures::readFile(m_rig.progressPath());
+        QCOMPARE(Json::parseObject(file)[u"stats"_s][m_store->key(tech(), tech().questions.at(0))].toObject().keys(),
                  QStringList({"attempts", "correct", "difficulty", "due", "lastCorrect", "reviewed", "stability"}));
-        const QRegularExpression added(u"\"(stability|difficulty|reviewed|due)\":[-+.e0-9]+,?"_s);
-        const Saved asOld = Saved::fromBytes(QString(file).remove(added).replace(u",}"_s, u"}"_s).toUtf8());
-        QCOMPARE(asOld.stats, counts(Saved::fromBytes(file.toUtf8()).stats));
-        QCOMPARE(asOld.stats.value(t1a01), (Stat{4, 3, true}));
+        QCOMPARE(Saved::fromBytes(file), m_store->saved());
     }
 
     void predictedScoreAndPassChance()
@@ -535,11 +531,6 @@ private slots:
         QCOMPARE(counts(m_store->saved().stats),
                  (QMap<QString, Stat>{{key("T1A01"), {1, 0, false}}, {key("T1A02"), {1, 1, true}}}));
         m_store->addProfile(u"Anna"_s);
-        start(u"Study All"_s, u"Anna"_s, QStringList{"T1A01"});
-        m_store->answer(q.correct);
-        m_store->reveal();
-        m_store->finish();
-        QCOMPARE(counts(m_store->saved().stats).value(key("T1A01")), (Stat{2, 1, true}));
         // A Guest's attempt leaves no statistics, draft or result behind.
         const Saved before = m_store->saved();
         start(u"Study All"_s, u" gUeSt "_s);
@@ -755,7 +746,6 @@ private slots:
         row("missed before", QString(), u"T1A01 T1B01"_s, QString(), false, true);
         row("bookmarked and missed", QString(), QString(), QString(), true, true);
         row("missed, word and subelement", u"don't"_s, u"T1B01"_s, u"T1"_s, false, true);
-        row("bookmarked and a word", u"impedance"_s, u"T2A01"_s, QString(), true);
     }
     void searchFindsByIdentifierWordsAndFilters()
     {
