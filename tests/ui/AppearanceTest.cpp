@@ -157,8 +157,7 @@ private slots:
     void systemFollowsTheDesktopAndTheChoiceIsKept()
     {
         PrivateBus bus;
-        if (!bus.up())
-            QFAIL("dbus-daemon could not start a session bus");
+        QVERIFY2(bus.up(), "dbus-daemon could not start a session bus");
         const Theme::Colors& dark = Theme::colors(Theme::Scheme::dark);
         const Theme::Colors& light = Theme::colors(Theme::Scheme::light);
         const auto shown = [] { return QApplication::palette().color(QPalette::Window); };

@@ -58,8 +58,15 @@ struct FakeSite
     }
 };
 
-// Changes the installed pool, the parsed one, the parsed pack and the corrections of one installation case.
-using Situation = std::function<void(Pool& installed, Pool& parsed, Pack& pack, Corrections& corrections)>;
+// The installed pool, the parsed one, the parsed pack and the corrections of one installation case.
+struct Case
+{
+    Pool &o, &n;
+    Pack& pack;
+    Corrections corrections;
+    Question& q() { return n.questions[3]; }
+};
+using Situation = std::function<void(Case&)>;
 
 } // namespace
 
@@ -132,42 +139,32 @@ private slots:
     {
         QTest::addColumn<Situation>("situation");
         QTest::addColumn<bool>("install");
-        const auto q = [](Pool& p) -> Question& { return p.questions[3]; };
         const auto row = [](const char* name, bool install, const Situation& s) {
             QTest::newRow(name) << s << install;
         };
-        row("no installed pool of that period", true, [](Pool& o, Pool&, Pack&, Corrections&) {
-            o.validFrom = "2022-07-01";
-            o.validUntil = "2026-07-01";
+        row("no installed pool of that period", true,
+            [](Case& c) { c.o.validFrom = "2022-07-01", c.o.validUntil = "2026-07-01"; });
+        row("older revision", false, [](Case& c) { c.n.revision = "2026-02-18"; });
+        row("equal revision", false, [](Case&) {});
+        row("newer revision", true, [](Case& c) { c.n.revision = "2026-02-20"; });
+        row("digests differ", true, [](Case& c) { c.n.documentHash = "bbbb"; });
+        row("only the new one has a digest", true, [](Case& c) { c.o.documentHash.reset(); });
+        row("only the old one has a digest", true, [](Case& c) { c.n.documentHash.reset(); });
+        row("prompt differs", true, [](Case& c) { c.q().prompt += " (revised)"; });
+        row("answers differ", true, [](Case& c) { c.q().answers[2] = "Another"; });
+        row("key differs", true, [](Case& c) { c.q().correct = (c.q().correct + 1) % 4; });
+        row("reference differs", true, [](Case& c) { c.q().reference = "[97.119]"; });
+        row("question id differs", true, [](Case& c) { c.q().id = c.q().group + "99"; });
+        row("one question more", true,
+            [](Case& c) { c.n.questions.append(c.q()), c.n.questions.last().id = c.q().group + "98"; });
+        row("only a figure differs", false,
+            [](Case& c) { c.q().figure = "T-1.png", c.pack.assets.insert("T-1.png", "AAAA"); });
+        row("same document, reviewed", true, [](Case& c) { c.corrections["aaaa"] = {{"T1", "AAAA"}}; });
+        row("no digests, reviewed", true, [](Case& c) {
+            c.o.documentHash.reset(), c.n.documentHash.reset();
+            c.corrections[QString()] = {{"T1", "AAAA"}};
         });
-        row("older revision", false, [](Pool&, Pool& n, Pack&, Corrections&) { n.revision = "2026-02-18"; });
-        row("equal revision", false, [](Pool&, Pool&, Pack&, Corrections&) {});
-        row("newer revision", true, [](Pool&, Pool& n, Pack&, Corrections&) { n.revision = "2026-02-20"; });
-        row("digests differ", true, [](Pool&, Pool& n, Pack&, Corrections&) { n.documentHash = "bbbb"; });
-        row("only the new one has a digest", true, [](Pool& o, Pool&, Pack&, Corrections&) { o.documentHash.reset(); });
-        row("only the old one has a digest", true, [](Pool&, Pool& n, Pack&, Corrections&) { n.documentHash.reset(); });
-        row("prompt differs", true, [q](Pool&, Pool& n, Pack&, Corrections&) { q(n).prompt += " (revised)"; });
-        row("answers differ", true, [q](Pool&, Pool& n, Pack&, Corrections&) { q(n).answers[2] = "Another"; });
-        row("key differs", true, [q](Pool&, Pool& n, Pack&, Corrections&) { q(n).correct = (q(n).correct + 1) % 4; });
-        row("reference differs", true, [q](Pool&, Pool& n, Pack&, Corrections&) { q(n).reference = "[97.119]"; });
-        row("question id differs", true, [q](Pool&, Pool& n, Pack&, Corrections&) { q(n).id = q(n).group + "99"; });
-        row("one question more", true, [q](Pool&, Pool& n, Pack&, Corrections&) {
-            n.questions.append(q(n));
-            n.questions.last().id = q(n).group + "98";
-        });
-        row("only a figure differs", false, [q](Pool&, Pool& n, Pack& p, Corrections&) {
-            q(n).figure = "T-1.png";
-            p.assets.insert("T-1.png", "AAAA");
-        });
-        row("same document, reviewed", true, [](Pool&, Pool&, Pack&, Corrections& c) { c["aaaa"] = {{"T1", "AAAA"}}; });
-        row("no digests, reviewed", true, [](Pool& o, Pool& n, Pack&, Corrections& c) {
-            o.documentHash.reset();
-            n.documentHash.reset();
-            c[QString()] = {{"T1", "AAAA"}};
-        });
-        row("other document reviewed", false, [](Pool&, Pool&, Pack&, Corrections& c) {
-            c["cccc"] = {{"T1", "AAAA"}};
-        });
+        row("other document reviewed", false, [](Case& c) { c.corrections["cccc"] = {{"T1", "AAAA"}}; });
     }
     void installationRule()
     {
@@ -180,11 +177,11 @@ private slots:
         old.documentHash = "aaaa";
         Pool fresh = old;
         fresh.id = "tech-parsed"; // not part of the rule; only tells which pool ended up installed
-        Corrections corrections;
-        situation(old, fresh, parsed, corrections);
+        Case c{old, fresh, parsed, {}};
+        situation(c);
         parsed.pools = {fresh};
         parsed.assets.insert("marker.png", "bmV3");
-        const Pack result = fake.refresh(installed, corrections);
+        const Pack result = fake.refresh(installed, c.corrections);
         // A new period is installed beside the old one; the figures of a replaced pool stay.
         QCOMPARE(result.pools.contains(fresh), install);
         QCOMPARE(result.pools.contains(old), !install || old.validFrom != fresh.validFrom);
