@@ -21,7 +21,6 @@ private slots:
     {
         QFETCH(int, key);
         Harness h;
-        h.root->setTab(u"Learn"_s);
         type(h.visible<QLineEdit>(u"profileName"_s), u"Ada"_s);
         QVERIFY(h.tabTo(h.visible(u"start"_s)));
         h.key(Qt::Key(key));
@@ -61,7 +60,6 @@ private slots:
     void tabFollowsTheReadingOrder()
     {
         Harness h;
-        h.root->setTab(u"Learn"_s);
         const auto order = [&](const QString& screen) {
             // Each stop lies below the previous one, or on its line and to its right; after the last the first
             // comes again.

@@ -1,7 +1,7 @@
-// The screens in the main window, driven as a learner does: a whole exam from the keyboard, the study loop and saved
-// sessions, the result screen's texts, the question and diagram screens, sections and body rules with the status
-// alert, the session set-up, the learner's records in progress, top 10, history and profiles, help, the sample diagram
-// review. Every screen is photographed.
+// The screens in the main window, driven as a learner does: a whole exam from the keyboard, the study loop with its
+// jump list and saved sessions, the result screen's texts, the question and diagram screens, sections and body rules
+// with the status alert, the session set-up, the learner's records in progress, top 10, history and profiles, help, the
+// sample diagram review. Every screen is photographed.
 #include "UiHarness.h"
 #include "store/Seeded.h"
 #include "store/Settings.h"
@@ -169,6 +169,32 @@ private slots:
         QVERIFY(check->isVisible() && !check->isEnabled() && h.visible(u"answer-0"_s)->isEnabled());
         h.now += 3725; // the clock ticks on screen in hours, minutes and seconds
         QTRY_COMPARE(h.shown({u"elapsed"_s}), u"01:02:05"_s);
+        // The jump list fits the screen and finds by typing.
+        const auto open = [&] {
+            h.click(u"jumpTo"_s);
+            auto* popup = QApplication::activePopupWidget();
+            return popup && popup->objectName() == "jumpList"_L1 ? popup : nullptr;
+        };
+        QWidget* popup = open();
+        QVERIFY(popup);
+        QVERIFY(popup->screen()->availableGeometry().contains(popup->geometry()));
+        auto* list = popup->findChild<QListWidget*>(u"jumpEntries"_s);
+        QCOMPARE(list->count(), questions.size());
+        QCOMPARE(list->item(408)->text(), u"409. "_s + questions.last().id + u" — unanswered"_s);
+        // Typing narrows the list to the question searched for; Enter goes there.
+        auto* filter = popup->findChild<QLineEdit*>(u"jumpFilter"_s);
+        QTest::keyClicks(filter, questions.last().id.toLower());
+        const QList<QListWidgetItem*> all = list->findItems(u"*"_s, Qt::MatchWildcard);
+        QCOMPARE(std::count_if(all.cbegin(), all.cend(), [](auto* item) { return !item->isHidden(); }), 1);
+        QTest::keyClick(filter, Qt::Key_Return);
+        QCOMPARE(h.store->session()->index, 408);
+        QVERIFY(!QApplication::activePopupWidget());
+        // The list opens at the question on screen; Up and Down move through it from the search field.
+        popup = open();
+        filter = popup->findChild<QLineEdit*>(u"jumpFilter"_s);
+        for (Qt::Key key : {Qt::Key_Up, Qt::Key_Up, Qt::Key_Return})
+            QTest::keyClick(filter, key);
+        QCOMPARE(h.store->session()->index, 406);
 
         h.click(u"leave"_s);
         h.confirm(u"Continue"_s, u"Leave this Guest attempt?"_s,
@@ -300,7 +326,6 @@ private slots:
         h.store->setLevelComplete(u"general"_s, true);
         const QUuid ben = h.store->profile().id;
         h.store->addProfile(u"Ada"_s);
-        h.root->setTab(u"Learn"_s);
         h.click(u"completedToggle"_s);
         // Checked right after each change, before replaced widgets are deleted: they must already be out of sight.
         const auto check = [&](const QStringList& studied) {
@@ -341,7 +366,6 @@ private slots:
     void sectionsStartAfreshWhenShownAgain()
     {
         Harness h;
-        h.root->setTab(u"Learn"_s);
         h.visible<QCheckBox>(u"shuffleSwitch"_s)->setChecked(false);
         h.startFromLearn(u"Club Challenge"_s, u"Ada"_s);
         QVERIFY(!h.store->session()); // no code yet
@@ -364,38 +388,6 @@ private slots:
             for (auto* field : h.root->currentSection()->findChildren<QLineEdit*>())
                 QVERIFY2(field->text().isEmpty(), qPrintable(tab));
         }
-    }
-
-    void jumpListFitsTheScreenAndFindsByTyping()
-    {
-        Harness h;
-        h.startFromLearn(u"Study All"_s, u"Ada"_s);
-        const QList<Question> questions = h.store->session()->questions;
-        const auto open = [&] {
-            h.click(u"jumpTo"_s);
-            auto* popup = QApplication::activePopupWidget();
-            return popup && popup->objectName() == "jumpList"_L1 ? popup : nullptr;
-        };
-        QWidget* popup = open();
-        QVERIFY(popup);
-        QVERIFY(popup->screen()->availableGeometry().contains(popup->geometry()));
-        auto* list = popup->findChild<QListWidget*>(u"jumpEntries"_s);
-        QCOMPARE(list->count(), questions.size());
-        QCOMPARE(list->item(408)->text(), u"409. "_s + questions.last().id + u" — unanswered"_s);
-        // Typing narrows the list to the question searched for; Enter goes there.
-        auto* filter = popup->findChild<QLineEdit*>(u"jumpFilter"_s);
-        QTest::keyClicks(filter, questions.last().id.toLower());
-        const QList<QListWidgetItem*> all = list->findItems(u"*"_s, Qt::MatchWildcard);
-        QCOMPARE(std::count_if(all.cbegin(), all.cend(), [](auto* item) { return !item->isHidden(); }), 1);
-        QTest::keyClick(filter, Qt::Key_Return);
-        QCOMPARE(h.store->session()->index, 408);
-        QVERIFY(!QApplication::activePopupWidget());
-        // The list opens at the question on screen; Up and Down move through it from the search field.
-        popup = open();
-        filter = popup->findChild<QLineEdit*>(u"jumpFilter"_s);
-        for (Qt::Key key : {Qt::Key_Up, Qt::Key_Up, Qt::Key_Return})
-            QTest::keyClick(filter, key);
-        QCOMPARE(h.store->session()->index, 406);
     }
 
     void questionDiagramAndResultScreens()
@@ -520,7 +512,6 @@ private slots:
         const QDate from = QDate::currentDate().addYears(f[0].toInt());
         Harness h(Fixtures::pack({Fixtures::pool(u"general"_s, u"g"_s, from.toString(Qt::ISODate))}));
         h.store->addProfile(u"Ada"_s);
-        h.root->setTab(u"Learn"_s);
         QCOMPARE(h.visible<QLineEdit>(u"profileName"_s)->text(), u"Ada"_s);
         type(h.visible<QLineEdit>(u"profileName"_s), f[1]);
         QStringList shown{h.visible<QComboBox>(u"poolPicker"_s)->currentText(), h.shown({u"poolWarningText"_s})};
@@ -641,7 +632,6 @@ private slots:
             saved.stats.insert(statKey(*saved.selected, u"tech-test"_s, QString::fromLatin1(id)),
                                Stat{1, 0, false, 1, 7, -86400, 600});
         Harness h(m_pack, {{u"progress.json"_s, saved.toBytes()}});
-        h.root->setTab(u"Learn"_s);
         QCOMPARE(texts(h.visible(u"poolCard-tech-test"_s), {u"dueCount"_s}) + u" / "_s +
                      texts(h.visible(u"poolCard-extra-test"_s), {u"dueCount"_s}),
                  u"3 due for review / -"_s);
@@ -722,19 +712,17 @@ private slots:
         QCOMPARE(QString(h.store->result()->session.mode + h.body()), u"Club ChallengeresultView"_s);
         h.store->setResult(std::nullopt);
 
-        // A name of spaces adds nobody; an existing name in other letters selects that learner and adds none.
+        // A name of spaces adds nobody.
         h.root->setTab(u"Profiles"_s);
         type(h.visible<QLineEdit>(u"newProfileName"_s), u"   "_s);
         QVERIFY(!h.visible(u"addProfile"_s)->isEnabled());
-        type(h.visible<QLineEdit>(u"newProfileName"_s), u"bEN"_s);
-        h.click(u"addProfile"_s);
         const auto buttons = [&]() -> QString {
             QStringList shown;
             for (QWidget* row : h.root->findChildren<QWidget*>(QRegularExpression(u"^profileRow-"_s)))
                 shown << texts(row, {u"profileName"_s}) + u' ' + row->findChild<QPushButton*>()->text();
             return h.store->profile().name + u": "_s + shown.join(u", "_s);
         };
-        QCOMPARE(buttons(), u"Ben: Guest Select, Anna Select, Ben Selected"_s);
+        QCOMPARE(buttons(), u"Anna: Guest Select, Anna Selected, Ben Select"_s);
         screenshot(*h.root, u"profiles"_s);
         for (const QString& answer : {u"Cancel"_s, u"Clear All Data"_s}) {
             h.click(u"clearAllData"_s);

@@ -107,7 +107,6 @@ private slots:
             2026-11-22 | | /d/General Pool.docx;/d/A General Feb 4 2026.docx;/d/B General Feb 4 2026.docx | technician:Tech Feb 19 2026.docx general:A General Feb 4 2026.docx extra:Extra Feb 4 2026.docx
             2026-11-22 | mission-statement                                    |                       | format
             2026-11-22 | technician-question-pool;general-question-pool;https://example.com/index.php/extra-question-pool | | format
-            2026-11-22 | https://me:pw@ncvec.org/index.php/technician-question-pool;general-question-pool;extra-question-pool | | format
             2026-11-22 | technician-question-pool;general-question-pool       |                       | format
             2026-11-22 |                                                      | /d/General Pool.docx  | format
             2026-11-22 |                                                      | /d/General Feb 4 2026.pdf | format
