@@ -165,13 +165,14 @@ private slots:
         Saved kept = Saved::initial();
         kept.profiles[0].name = u"Kept"_s;
         QTest::newRow("first start") << Files{} << QString() << builtIn;
-        QTest::newRow("not JSON") << Files{{progress, "not { json"}, {pack, newPeriod}} << unreadable
-                                  << builtIn + u" 2026-01-01"_s;
+        // Unreadable progress (text that is not JSON: the hostile end-to-end rows) beside damaged diagram files and
+        // an installed pool of a new period, which is still merged in.
+        // clang-format off
         QTest::newRow("no profiles, damaged diagram files")
             << Files{{progress, R"({"profiles":[],"stats":{},"bookmarks":[],"drafts":[],"results":[]})"},
-                     {u"diagram-corrections.json"_s, "["},
-                     {u"diagram-review.json"_s, "{}"}}
-            << unreadable << builtIn;
+                     {u"diagram-corrections.json"_s, "["}, {u"diagram-review.json"_s, "{}"}, {pack, newPeriod}}
+            << unreadable << builtIn + u" 2026-01-01"_s;
+        // clang-format on
         QTest::newRow("recovery copy impossible") << taken << unprepared << builtIn;
         QTest::newRow("invalid built-in pack: nothing read") // it is the one given in the folder
             << Files{{u"pools.json"_s, invalid.toBytes()}, {progress, kept.toBytes()}} << unprepared << u"2026-01-01"_s;
