@@ -363,34 +363,7 @@ private slots:
         check(LearnView::levels());
     }
 
-    void sectionsStartAfreshWhenShownAgain()
-    {
-        Harness h;
-        h.visible<QCheckBox>(u"shuffleSwitch"_s)->setChecked(false);
-        h.startFromLearn(u"Club Challenge"_s, u"Ada"_s);
-        QVERIFY(!h.store->session()); // no code yet
-        type(h.visible<QLineEdit>(u"challengeCode"_s), u"club-7"_s);
-        h.click(u"start"_s);
-        h.store->finish();
-        settle();
-        h.click(u"resultDone"_s);
-        h.root->setTab(u"Top 10"_s);
-        type(h.visible<QLineEdit>(u"challengeCode"_s), u"club-7"_s);
-        h.root->setTab(u"Profiles"_s);
-        type(h.visible<QLineEdit>(u"newProfileName"_s), u"Ben"_s);
-        h.root->setTab(u"Learn"_s);
-        QCOMPARE(h.visible<QComboBox>(u"modePicker"_s)->currentText(), u"Study All"_s);
-        QVERIFY(h.visible<QCheckBox>(u"shuffleSwitch"_s)->isChecked() && !h.visible(u"challengeCode"_s));
-        h.visible<QComboBox>(u"modePicker"_s)->setCurrentText(u"Club Challenge"_s);
-        QCOMPARE(h.visible<QLineEdit>(u"challengeCode"_s)->text(), QString());
-        for (const QString& tab : {u"Top 10"_s, u"Profiles"_s}) {
-            h.root->setTab(tab);
-            for (auto* field : h.root->currentSection()->findChildren<QLineEdit*>())
-                QVERIFY2(field->text().isEmpty(), qPrintable(tab));
-        }
-    }
-
-    void questionDiagramAndResultScreens()
+    void sectionsAlertAndBody()
     {
         Harness h;
         const Pool pool = h.store->studyPools().first();
@@ -425,11 +398,7 @@ private slots:
         h.root->resize(1200, 860);
         h.store->finish();
         screenshot(*h.root, u"result"_s);
-    }
-
-    void sectionsAlertAndBody()
-    {
-        Harness h;
+        h.click(u"resultDone"_s);
         // Every section's title is in the one large-title style, above the window header's second-level title.
         QCOMPARE(h.visible<QLabel>(u"appTitle"_s)->font().pixelSize(), int(Theme::secondTitleSize));
         for (const QString& tab : RootView::sections()) {
@@ -477,7 +446,6 @@ private slots:
         h.store->setLevelComplete(u"technician"_s, false);
         // A session fills the window, even when left and begun again before the event loop runs.
         h.root->setTab(u"History"_s);
-        const Pool pool = h.store->studyPools().first();
         for (int i = 0; i < 2; ++i) {
             h.store->leave();
             h.store->begin(pool, u"Study All"_s, u"Ada"_s, false, QString(), pool.questions.mid(0, 3));
@@ -493,6 +461,30 @@ private slots:
         QCOMPARE(QString(h.body() + QString::number(picker->isEnabled())), u"resultView0"_s);
         h.click(u"resultDone"_s); // back to the section chosen before the session
         QCOMPARE(QString(h.body() + h.root->tab() + QString::number(picker->isEnabled())), u"sectionsPageHistory1"_s);
+        // Sections start afresh when shown again: the set-up's choices and the fields typed into are not kept.
+        h.root->setTab(u"Learn"_s);
+        h.visible<QCheckBox>(u"shuffleSwitch"_s)->setChecked(false);
+        h.startFromLearn(u"Club Challenge"_s, u"Ada"_s);
+        QVERIFY(!h.store->session()); // no code yet
+        type(h.visible<QLineEdit>(u"challengeCode"_s), u"club-7"_s);
+        h.click(u"start"_s);
+        h.store->finish();
+        settle();
+        h.click(u"resultDone"_s);
+        h.root->setTab(u"Top 10"_s);
+        type(h.visible<QLineEdit>(u"challengeCode"_s), u"club-7"_s);
+        h.root->setTab(u"Profiles"_s);
+        type(h.visible<QLineEdit>(u"newProfileName"_s), u"Ben"_s);
+        h.root->setTab(u"Learn"_s);
+        QCOMPARE(h.visible<QComboBox>(u"modePicker"_s)->currentText(), u"Study All"_s);
+        QVERIFY(h.visible<QCheckBox>(u"shuffleSwitch"_s)->isChecked() && !h.visible(u"challengeCode"_s));
+        h.visible<QComboBox>(u"modePicker"_s)->setCurrentText(u"Club Challenge"_s);
+        QCOMPARE(h.visible<QLineEdit>(u"challengeCode"_s)->text(), QString());
+        for (const QString& tab : {u"Top 10"_s, u"Profiles"_s}) {
+            h.root->setTab(tab);
+            for (auto* field : h.root->currentSection()->findChildren<QLineEdit*>())
+                QVERIFY2(field->text().isEmpty(), qPrintable(tab));
+        }
     }
 
     void setUpRules_data()

@@ -126,12 +126,11 @@ private slots:
                 "technician:Tech Feb 19 2026.docx general:General Feb 4 2026.docx extra:Extra Feb 4 2026.docx";
             QCOMPARE(failure.isEmpty() ? fake.parsed.join(' ').replace(all, "ALL") : failure, r[3]);
         }
-        // A failure of parse, a review request included, or of the new pack's validation fails the whole refresh.
+        // A new pack that fails validation fails the whole refresh (as a failing parse does: the hostile documents
+        // of the end-to-end test).
         FakeSite fake;
         fake.documents["Tech Feb 19"].pools.first().examCount = 30;
         QCOMPARE(outcome([&] { fake.refresh(Fixtures::threeLevelPack()); }), "invalid");
-        fake.documents.clear();
-        QCOMPARE(outcome([&] { fake.refresh(Fixtures::threeLevelPack()); }), "format");
     }
 
     void installationRule_data()
@@ -236,15 +235,11 @@ private slots:
         // Failed checks say why and change nothing, not even when only the new pack's file cannot be written.
         const QString unavailable = "Update check unavailable. Your installed pools remain usable offline. ";
         const QByteArray installed = read("official-pools.json");
-        const UpdateError download(UpdateError::download); // and an error of the platform, not of the updater
-        for (const auto& [error, why] :
-             {std::pair(std::make_exception_ptr(download), download.description()),
-              std::pair(std::make_exception_ptr(std::runtime_error("no curl")), QString("no curl"))}) {
-            QSignalSpy packs(m_store.get(), &Store::packChanged);
-            QCOMPARE(check([&](const Pack&, const Corrections&) -> Pack { std::rethrow_exception(error); }),
-                     unavailable + why);
-            QVERIFY(packs.isEmpty() && read("official-pools.json") == installed && m_store->diagramReview() == review);
-        }
+        // An error of the platform, not of the updater (its own are the end-to-end test's hostile rows).
+        QSignalSpy packs(m_store.get(), &Store::packChanged);
+        QCOMPARE(check([](const Pack&, const Corrections&) -> Pack { throw std::runtime_error("no curl"); }),
+                 unavailable + "no curl");
+        QVERIFY(packs.isEmpty() && read("official-pools.json") == installed && m_store->diagramReview() == review);
         QVERIFY(QFile::remove(file("official-pools.json")) && QDir().mkpath(file("official-pools.json")));
         const QString status = check([](const Pack& p, const Corrections&) { return Fixtures::pack(p.pools.mid(1)); });
         QVERIFY(status.startsWith(unavailable) && status != unavailable && m_store->pack() == fresh);
