@@ -162,7 +162,7 @@ private slots:
             // A whole valid pool padded with blanks past what any document text may take; it packs into a few KB.
             document(QByteArray(text).replace("</w:body>", QByteArray(QByteArray(31'000'000, ' ') + "</w:body>")));
         });
-        row("a member name with ..", format, [=](const QString&) {
+        row("a member name with ..", format, [=, this](const QString&) {
             // Archived as word/xy/word/document.xml, then renamed in the archive's headers.
             document(text, "word/xy/word/document.xml");
             write(hostile, Fixtures::readFile(m_root.filePath(hostile)).replace("word/xy/word/", "word/../word/"));
@@ -267,8 +267,6 @@ private slots:
         const QString right = FD::base64(FD::encoded(sheet.copy(700, 0, 700, 600)));
         QSignalSpy finished(&store, &Store::updateCheckFinished);
         store.saveDiagramReview(review, {{"T2", right}, {"T1", left}});
-        QVERIFY(!store.diagramReview() && !QFile::exists(storage.filePath("diagram-review.json")));
-        QVERIFY(QFile::exists(storage.filePath("diagram-corrections.json")));
         QVERIFY(store.checking() && finished.wait(240000));
         QVERIFY2(store.updateStatus().startsWith("Official NCVEC pools checked "), qPrintable(store.updateStatus()));
         const Pool& p = store.pack().pools.at(0); // replaced, and then the other levels were installed after it

@@ -223,9 +223,8 @@ private slots:
     {
         // mode#name#right#unanswered#eligible#title#standing, over 35 questions; the others are wrong.
         rows(
-            {"Exam#Guest#30#2#1#Passed#Guest result — not saved to history, progress or the top 10.",
+            {"Exam#Guest#35#0#1#Passed#Guest result — not saved to history, progress or the top 10.",
              "Exam#Ada#25#0#1#Keep Practising#Eligible for the local top 10. Score ranks first; time breaks ties.",
-             "Exam#Ada#35#0#1#Passed#Eligible for the local top 10. Score ranks first; time breaks ties.",
              "Club Challenge#Ada#30#2#1#Passed#Eligible for the local top 10. Score ranks first; time breaks ties.",
              "Study All#Ada#30#2#1#Practice Complete#-",
              "Weak Topics#Guest#3#2#1#Practice Complete#Guest result — not saved to history, progress or the top 10."});
@@ -565,7 +564,6 @@ private slots:
         emit pools->activated(extra);
         type(field, u"impedance"_s);
         const QStringList found = ids(view->found());
-        QCOMPARE(found.size(), 58);
         QCOMPARE(h.shown({u"browseCount"_s}), u"58 questions found"_s);
         screenshot(*h.root, u"browse"_s);
         for (const bool shuffled : {false, true}) {
@@ -716,14 +714,11 @@ private slots:
         };
         QCOMPARE(buttons(), u"Anna: Guest Select, Anna Selected, Ben Select"_s);
         screenshot(*h.root, u"profiles"_s);
-        for (const QString& answer : {u"Cancel"_s, u"Clear All Data"_s}) {
-            h.click(u"clearAllData"_s);
-            h.confirm(answer, u"Clear All Data for Everyone?"_s,
-                      u"This permanently removes every learner profile, score, saved session, bookmark and progress "
-                      u"record on this computer, including recovery copies. It resets text size and starts again "
-                      u"with Guest. Question pools and any reports you exported elsewhere are kept. This cannot be "
-                      u"undone."_s);
-        }
+        h.click(u"clearAllData"_s); // (cancelling a confirmation is the saved sessions' case)
+        h.confirm(u"Clear All Data"_s, u"Clear All Data for Everyone?"_s,
+                  u"This permanently removes every learner profile, score, saved session, bookmark and progress record "
+                  u"on this computer, including recovery copies. It resets text size and starts again with Guest. "
+                  u"Question pools and any reports you exported elsewhere are kept. This cannot be undone."_s);
         // Afterwards Guest is the only learner and every screen shows its empty state.
         QCOMPARE(buttons(), u"Guest: Guest Selected"_s);
         QString empty;
