@@ -17,10 +17,20 @@ int main(int argc, char** argv)
         saved.profiles[0].name = &saved == states ? QStringLiteral("Writer A") : QStringLiteral("Writer B");
         for (int i = 0; i < 60; ++i) {
             const Pool& pool = pack.pools.at(i % pack.pools.size());
-            // clang-format off
-            const Session s{QUuid::createUuid(), saved.profiles[0].id, saved.profiles[0].name, pool, Modes::exam, {},
-                            pool.questions.mid(0, pool.examCount), {}, {}, {}, 0, 0, 0, true};
-            // clang-format on
+            const Session s{QUuid::createUuid(),
+                            saved.profiles[0].id,
+                            saved.profiles[0].name,
+                            pool,
+                            Modes::exam,
+                            {},
+                            pool.questions.mid(0, pool.examCount),
+                            {},
+                            {},
+                            {},
+                            0,
+                            0,
+                            0,
+                            true};
             saved.results.append(Result{QUuid::createUuid(), s, double(i), double(i)});
         }
     }

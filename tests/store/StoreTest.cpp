@@ -167,12 +167,12 @@ private slots:
         QTest::newRow("first start") << Files{} << QString() << builtIn;
         // Unreadable progress (text that is not JSON: the hostile end-to-end rows) beside damaged diagram files and
         // an installed pool of a new period, which is still merged in.
-        // clang-format off
         QTest::newRow("no profiles, damaged diagram files")
             << Files{{progress, R"({"profiles":[],"stats":{},"bookmarks":[],"drafts":[],"results":[]})"},
-                     {u"diagram-corrections.json"_s, "["}, {u"diagram-review.json"_s, "{}"}, {pack, newPeriod}}
+                     {u"diagram-corrections.json"_s, "["},
+                     {u"diagram-review.json"_s, "{}"},
+                     {pack, newPeriod}}
             << unreadable << builtIn + u" 2026-01-01"_s;
-        // clang-format on
         QTest::newRow("recovery copy impossible") << taken << unprepared << builtIn;
         QTest::newRow("invalid built-in pack: nothing read") // it is the one given in the folder
             << Files{{u"pools.json"_s, invalid.toBytes()}, {progress, kept.toBytes()}} << unprepared << u"2026-01-01"_s;
@@ -250,14 +250,13 @@ private slots:
     {
         Saved saved = Saved::initial();
         saved.stats.insert(u"a|b|c"_s, Stat{1, 1, true});
-        // clang-format off
         const QString folder =
-            folderWith({{u"progress.json"_s, saved.toBytes()}, {u"progress-unreadable-100.json"_s, "old"},
+            folderWith({{u"progress.json"_s, saved.toBytes()},
+                        {u"progress-unreadable-100.json"_s, "old"},
                         {u"progress-unreadable-300.txt"_s, "not a recovery copy"},
                         {u"official-pools.json"_s, Fixtures::pack({general("2023-07-01", "2026-09-01")}).toBytes()},
                         {u"diagram-review.json"_s, DiagramReview().toBytes()},
                         {u"diagram-corrections.json"_s, CorrectionsJson::toBytes({{u"d"_s, {}}})}});
-        // clang-format on
         Settings::open()->setValue(Settings::studyTextSize, 22.0);
         Store store(m_rig.packPath, folder);
         store.setMessage(u"something earlier"_s);
@@ -617,10 +616,14 @@ private slots:
     {
         const QString club = u"Club Challenge"_s;
         const Entry x{.mode = club, .challenge = u"X"_s};
-        // clang-format off
-        const Entries never{{.name = u" gUEST "_s}, {.name = u"  "_s}, {.mode = u"Study All"_s}, {.eligible = false},
-                            {.questions = 34}, {.pool = u"tech-2022"_s}, x, {.name = u"Zed"_s, .score = 1}};
-        // clang-format on
+        const Entries never{{.name = u" gUEST "_s},
+                            {.name = u"  "_s},
+                            {.mode = u"Study All"_s},
+                            {.eligible = false},
+                            {.questions = 34},
+                            {.pool = u"tech-2022"_s},
+                            x,
+                            {.name = u"Zed"_s, .score = 1}};
         Entries twelve;
         for (int i = 0; i < 12; ++i)
             twelve.append({u"Learner %1"_s.arg(i), 20 + i});
@@ -661,10 +664,11 @@ private slots:
         // The top-10 screen trims blanks, not line breaks, and does not cut the code.
         QCOMPARE(boardChallengeCode(u" \tclub-7 "_s) + boardChallengeCode(u"club\n"_s), u"CLUB-7CLUB\n"_s);
         QCOMPARE(boardChallengeCode(QString(70, u'a')), QString(70, u'A'));
-        // clang-format off
-        const QList<Result> list = results({{}, {.pool = u"tech-2022"_s, .profile = QUuid()}, {u"guest"_s},
-                                            {.mode = u"Study All"_s}, {.pool = u"tech-2022"_s}});
-        // clang-format on
+        const QList<Result> list = results({{},
+                                            {.pool = u"tech-2022"_s, .profile = QUuid()},
+                                            {u"guest"_s},
+                                            {.mode = u"Study All"_s},
+                                            {.pool = u"tech-2022"_s}});
         QCOMPARE(history(list, anna), (QList<Result>{list[4], list[3], list[0]}));
         const QList<Pool> pools = Fixtures::threeLevelPack().pools;
         QCOMPARE(rankingPools(pools, list, {}), pools + QList<Pool>{list.at(1).session.pool});
@@ -672,10 +676,11 @@ private slots:
         // Readiness counts the learner's last five fresh exams of the pool.
         const Entry pass{.score = 26}, fail{.score = 25};
         const QString keep = u" Keep practising for consistency."_s;
-        // clang-format off
-        const Entries others{pass, {.mode = u"Club Challenge"_s, .challenge = u"X"_s}, {.pool = u"tech-2022"_s},
-                             {.eligible = false}, {.profile = QUuid::createUuid()}};
-        // clang-format on
+        const Entries others{pass,
+                             {.mode = u"Club Challenge"_s, .challenge = u"X"_s},
+                             {.pool = u"tech-2022"_s},
+                             {.eligible = false},
+                             {.profile = QUuid::createUuid()}};
         const QList<std::pair<Entries, QString>> readiness{
             {{}, u"Take a fresh exam to begin tracking readiness."_s},
             {{pass, pass, pass}, u"Recent fresh exams: 3/3 passed."_s + keep},
@@ -752,11 +757,11 @@ private slots:
         saved.bookmarks = {key(u"T1A02"_s), key(u"T2A01"_s), key(u"T1A01"_s, other),
                            statKey(anna, u"tech-2022"_s, u"T1B01"_s)};
         // Wrong once is missed, even if the last answer was right; never answered or always right is not.
-        // clang-format off
-        saved.stats = {{key(u"T1A01"_s), Stat{3, 2, true}}, {key(u"T1B01"_s), Stat{1, 0, false}},
-                       {key(u"T2A01"_s), Stat{4, 4, true}}, {key(u"T1A03"_s), Stat{0, 0, false}},
+        saved.stats = {{key(u"T1A01"_s), Stat{3, 2, true}},
+                       {key(u"T1B01"_s), Stat{1, 0, false}},
+                       {key(u"T2A01"_s), Stat{4, 4, true}},
+                       {key(u"T1A03"_s), Stat{0, 0, false}},
                        {key(u"T1A02"_s, other), Stat{1, 0, false}}};
-        // clang-format on
         const PoolSearch search(pool);
         QCOMPARE(ids(search.find({text, subelement, bookmarked, missed}, saved, anna)).join(u' '), found);
     }
@@ -768,11 +773,11 @@ private slots:
         pool.questions.prepend(pool.questions.takeAt(300)); // a T2 question first: the pool's order decides
         pool.questions[5].group = u"T0A"_s;
         QCOMPARE(subelements(pool), (QStringList{u"T2"_s, u"T1"_s, u"T0"_s}));
-        // clang-format off
         const QList<std::pair<std::optional<Stat>, QString>> records{
-            {std::nullopt, u"Not studied"_s}, {Stat{0, 0, false}, u"Not studied"_s},
-            {Stat{3, 2, false}, u"2 of 3 right · last wrong"_s}, {Stat{12, 12, true}, u"12 of 12 right · last right"_s}};
-        // clang-format on
+            {std::nullopt, u"Not studied"_s},
+            {Stat{0, 0, false}, u"Not studied"_s},
+            {Stat{3, 2, false}, u"2 of 3 right · last wrong"_s},
+            {Stat{12, 12, true}, u"12 of 12 right · last right"_s}};
         for (const auto& [stat, text] : records)
             QCOMPARE(recordText(stat), text);
 
@@ -794,10 +799,10 @@ private slots:
         QCOMPARE(bars[1].description(), u"T2 Subelement: not studied"_s);
 
         // Score points: the last ones, judged by the pool's pass mark as a share (26 of 35).
-        // clang-format off
-        const QList<Result> list = results({{.score = 20, .finished = 1}, {.score = 26, .finished = 2},
-            {.score = 25, .finished = 3}, {.score = 3, .finished = 4, .mode = u"Study All"_s, .questions = 4}});
-        // clang-format on
+        const QList<Result> list = results({{.score = 20, .finished = 1},
+                                            {.score = 26, .finished = 2},
+                                            {.score = 25, .finished = 3},
+                                            {.score = 3, .finished = 4, .mode = u"Study All"_s, .questions = 4}});
         QCOMPARE(scorePoints(list, 3), (QList<ScorePoint>{{2, 26, 35, true}, {3, 25, 35, false}, {4, 3, 4, true}}));
         QCOMPARE(scorePoints(list, 10).size(), 4);
         QCOMPARE(freshExams(list, u"tech-2026"_s, anna), list.mid(0, 3));

@@ -187,12 +187,13 @@ private slots:
 
         // value announced | scheme shown after it (other settings and groups are not the colour scheme)
         const QString group = u"org.freedesktop.appearance"_s, key = u"color-scheme"_s;
-        // clang-format off
         const QList<std::tuple<QString, QString, uint, QColor>> changes{
-            {group, key, 2, light.window}, {group, key, 1, dark.window}, {group, u"accent-color"_s, 0, dark.window},
-            {u"org.gnome.desktop.interface"_s, key, 0, dark.window}, {group, key, 0, light.window},
+            {group, key, 2, light.window},
+            {group, key, 1, dark.window},
+            {group, u"accent-color"_s, 0, dark.window},
+            {u"org.gnome.desktop.interface"_s, key, 0, dark.window},
+            {group, key, 0, light.window},
             {group, key, 1, dark.window}};
-        // clang-format on
         for (const auto& [group, key, value, window] : changes) {
             bus.announce(group, key, value);
             QTest::qWait(100);

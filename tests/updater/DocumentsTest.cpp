@@ -146,12 +146,13 @@ private slots:
                   return readParagraphs(("<w:document><w:body>" + r[0] + "</w:body></w:document>").toUtf8()).join('/');
               });
         const QString image = "http://schemas.openxmlformats.org/officeDocument/2006/relationships/image";
-        // clang-format off
-        QCOMPARE(readRelationships(FD::relationshipsXml({{"media/image2.png"}, {"media/linked.png", image, "External"},
-                     {"../media/up.png"}, {"media/x.png", image.chopped(5) + "hyperlink"},
-                     {"media/image1.jpeg", image, "Internal"}, {"media/image2.png"}})),
+        QCOMPARE(readRelationships(FD::relationshipsXml({{"media/image2.png"},
+                                                         {"media/linked.png", image, "External"},
+                                                         {"../media/up.png"},
+                                                         {"media/x.png", image.chopped(5) + "hyperlink"},
+                                                         {"media/image1.jpeg", image, "Internal"},
+                                                         {"media/image2.png"}})),
                  (QStringList{"media/image2.png", "media/image1.jpeg", "media/image2.png"}));
-        // clang-format on
         QCOMPARE(readRelationships("<r><Relationship Target=\"media/a.png\"/></r>"), QStringList());
         // Text that is not well-formed, and entities from outside the part, are refused by both readers.
         for (const QByteArray& bad : {QByteArray("<a>"), QByteArray(),
