@@ -17,13 +17,20 @@ int main(int argc, char** argv)
         saved.profiles[0].name = &saved == states ? QStringLiteral("Writer A") : QStringLiteral("Writer B");
         for (int i = 0; i < 60; ++i) {
             const Pool& pool = pack.pools.at(i % pack.pools.size());
-            Session s;
-            s.id = QUuid::createUuid();
-            s.profile = saved.profiles[0].id;
-            s.name = saved.profiles[0].name;
-            s.pool = pool;
-            s.mode = Modes::exam;
-            s.questions = pool.questions.mid(0, pool.examCount);
+            const Session s{QUuid::createUuid(),
+                            saved.profiles[0].id,
+                            saved.profiles[0].name,
+                            pool,
+                            Modes::exam,
+                            {},
+                            pool.questions.mid(0, pool.examCount),
+                            {},
+                            {},
+                            {},
+                            0,
+                            0,
+                            0,
+                            true};
             saved.results.append(Result{QUuid::createUuid(), s, double(i), double(i)});
         }
     }

@@ -12,7 +12,6 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 using namespace StoreFixtures;
@@ -134,6 +133,17 @@ class StoreTest : public QObject
         m_store->begin(tech(), mode, name, shuffle, code, subset ? std::optional(pick(tech(), *subset)) : std::nullopt);
         return m_store->message().isEmpty() ? ids(m_store->session()->questions) : QStringList();
     }
+    // The current learner practises the one question, answers it right or wrong and checks it; gives its statistic
+    // afterwards.
+    Stat answered(const QString& id, bool right)
+    {
+        start(Modes::studyAll, u"Anna"_s, QStringList{id});
+        const Question q = m_store->session()->questions[0];
+        m_store->answer(right ? q.correct : wrong(q));
+        m_store->reveal();
+        m_store->finish();
+        return m_store->saved().stats.value(m_store->key(tech(), q));
+    }
 
 private slots:
     // Start-up and storage.
@@ -155,17 +165,17 @@ private slots:
         Saved kept = Saved::initial();
         kept.profiles[0].name = u"Kept"_s;
         QTest::newRow("first start") << Files{} << QString() << builtIn;
-        QTest::newRow("not JSON") << Files{{progress, "not { json"}, {pack, newPeriod}} << unreadable
-                                  << builtIn + u" 2026-01-01"_s;
+        // Unreadable progress (text that is not JSON: the hostile end-to-end rows) beside damaged diagram files and
+        // an installed pool of a new period, which is still merged in.
         QTest::newRow("no profiles, damaged diagram files")
             << Files{{progress, R"({"profiles":[],"stats":{},"bookmarks":[],"drafts":[],"results":[]})"},
                      {u"diagram-corrections.json"_s, "["},
-                     {u"diagram-review.json"_s, "{}"}}
-            << unreadable << builtIn;
+                     {u"diagram-review.json"_s, "{}"},
+                     {pack, newPeriod}}
+            << unreadable << builtIn + u" 2026-01-01"_s;
         QTest::newRow("recovery copy impossible") << taken << unprepared << builtIn;
         QTest::newRow("invalid built-in pack: nothing read") // it is the one given in the folder
             << Files{{u"pools.json"_s, invalid.toBytes()}, {progress, kept.toBytes()}} << unprepared << u"2026-01-01"_s;
-        QTest::newRow("invalid installed pack") << Files{{pack, invalid.toBytes()}} << QString() << builtIn;
     }
     void startUp()
     {
@@ -217,7 +227,6 @@ private slots:
             return ids(mergeInstalledPack(builtIn, Fixtures::pack(pools)).pools).join(u' ');
         };
         QCOMPARE(merged({general("2023-07-01", "2026-02-04")}), u"tech-2026 general-2023 extra-2024"_s);
-        QCOMPARE(merged({general("2023-07-01", "2026-03-01")}), u"tech-2026 extra-2024 2026-03-01"_s);
         QCOMPARE(merged({general("2023-07-01", "2026-05-01"), general("2023-07-01", "2026-03-01")}),
                  u"tech-2026 extra-2024 2026-05-01"_s); // a later installed pool meets the earlier one
         Pack installed = Fixtures::pack({general("2027-07-01", "2026-01-01")});
@@ -436,25 +445,16 @@ private slots:
         QCOMPARE(start(Modes::dueForReview, u"Anna"_s),
                  (QStringList{"T1C01", "T1B01"} + ids(tech().questions.mid(2, 8)) + QStringList{"T1B02", "T1B03"}));
         QCOMPARE(start(Modes::dueForReview, u"Anna"_s, {}, true).mid(0, 2), (QStringList{"T1C01", "T1B01"}));
-        QVERIFY(start(Modes::dueForReview, u"Anna"_s, QStringList{"T1A01", "T1A02"}).isEmpty());
-        QCOMPARE(m_store->message(), u"No questions match this practice mode yet."_s);
+        QVERIFY(start(Modes::dueForReview, u"Anna"_s, QStringList{"T1A01", "T1A02"}).isEmpty()); // refused
 
         // A wrong answer is due again the same day; right answers drift to days, then weeks apart.
-        const auto answer = [&](bool right) {
-            start(Modes::studyAll, u"Anna"_s, QStringList{"T1A05"});
-            const Question q = m_store->session()->questions[0];
-            m_store->answer(right ? q.correct : wrong(q));
-            m_store->reveal();
-            m_store->finish();
-            return m_store->saved().stats.value(m_store->key(tech(), q));
-        };
-        Stat t = answer(false);
+        Stat t = answered(u"T1A05"_s, false);
         QVERIFY(*t.reviewed == now && *t.due > now && *t.due < now + 3600);
         now += 3600;
         QCOMPARE(start(Modes::dueForReview, u"Anna"_s, QStringList{"T1A05", "T1A01"}), QStringList{"T1A05"});
         QList<double> days;
         for (int review = 0; review < 5; ++review) {
-            t = answer(true);
+            t = answered(u"T1A05"_s, true);
             days.append((*t.due - now) / 86400);
             QVERIFY(start(Modes::dueForReview, u"Anna"_s, QStringList{"T1A05"}).isEmpty());
             now = *t.due;
@@ -471,20 +471,14 @@ private slots:
         const QByteArray old = Fixtures::readFile(m_rig.progressPath());
         QVERIFY(!old.contains("\"due\"") && !old.contains("\"stability\""));
         QCOMPARE(m_store->saved(), Saved::fromBytes(old));
-        start(Modes::studyAll, u"Anna"_s, QStringList{"T1A01"});
-        m_store->answer(tech().questions.at(0).correct);
-        m_store->reveal();
-        m_store->finish();
+        const Stat t = answered(u"T1A01"_s, true); // the counts go on, and a memory state begins
+        QVERIFY(t.attempts == 4 && t.correct == 3 && t.lastCorrect && t.due);
         // This version's file only adds the memory keys to a statistic, so 1.0.2, which reads the other three and
-        // passes over unknown keys, reads what this version reads without the memory state.
-        const QString file = QString::fromUtf8(Fixtures::readFile(m_rig.progressPath()));
-        const QString t1a01 = m_store->key(tech(), tech().questions.at(0));
-        QCOMPARE(Json::parseObject(file.toUtf8())[u"stats"_s][t1a01].toObject().keys(),
+        // passes over unknown keys, reads it; this version reads its memory state back as it was.
+        const QByteArray file = Fixtures::readFile(m_rig.progressPath());
+        QCOMPARE(Json::parseObject(file)[u"stats"_s][m_store->key(tech(), tech().questions.at(0))].toObject().keys(),
                  QStringList({"attempts", "correct", "difficulty", "due", "lastCorrect", "reviewed", "stability"}));
-        const QRegularExpression added(u"\"(stability|difficulty|reviewed|due)\":[-+.e0-9]+,?"_s);
-        const Saved asOld = Saved::fromBytes(QString(file).remove(added).replace(u",}"_s, u"}"_s).toUtf8());
-        QCOMPARE(asOld.stats, counts(Saved::fromBytes(file.toUtf8()).stats));
-        QCOMPARE(asOld.stats.value(t1a01), (Stat{4, 3, true}));
+        QCOMPARE(Saved::fromBytes(file), m_store->saved());
     }
 
     void predictedScoreAndPassChance()
@@ -535,11 +529,6 @@ private slots:
         QCOMPARE(counts(m_store->saved().stats),
                  (QMap<QString, Stat>{{key("T1A01"), {1, 0, false}}, {key("T1A02"), {1, 1, true}}}));
         m_store->addProfile(u"Anna"_s);
-        start(u"Study All"_s, u"Anna"_s, QStringList{"T1A01"});
-        m_store->answer(q.correct);
-        m_store->reveal();
-        m_store->finish();
-        QCOMPARE(counts(m_store->saved().stats).value(key("T1A01")), (Stat{2, 1, true}));
         // A Guest's attempt leaves no statistics, draft or result behind.
         const Saved before = m_store->saved();
         start(u"Study All"_s, u" gUeSt "_s);
@@ -567,7 +556,6 @@ private slots:
         QVERIFY(!m_store->result()->session.eligible);
         // A challenge resumed after quitting lost its place too; practice keeps the flag.
         start(u"Club Challenge"_s, u"Anna"_s, {}, false, u"c"_s);
-        QCOMPARE(m_store->elapsed(), 0.0);
         m_store = m_rig.reopen();
         m_store->resume(m_store->savedSessions().first());
         QVERIFY(!m_store->session()->eligible && !m_store->result());
@@ -593,7 +581,6 @@ private slots:
             Store store(Fixtures::sourcePackPath(), storage.path());
             store.setClock([&] { return now; });
             const Pool pool = store.pools().first();
-            QCOMPARE(pool.level, u"technician"_s);
             store.addProfile(u"Anna"_s);
             store.begin(pool, u"Exam"_s, u"Anna"_s, true, QString());
             const QList<Question> qs = store.session()->questions;
@@ -755,7 +742,6 @@ private slots:
         row("missed before", QString(), u"T1A01 T1B01"_s, QString(), false, true);
         row("bookmarked and missed", QString(), QString(), QString(), true, true);
         row("missed, word and subelement", u"don't"_s, u"T1B01"_s, u"T1"_s, false, true);
-        row("bookmarked and a word", u"impedance"_s, u"T2A01"_s, QString(), true);
     }
     void searchFindsByIdentifierWordsAndFilters()
     {
@@ -839,12 +825,10 @@ private slots:
                                          "T1A03: What is T1A03?\nYour answer: Unanswered\nCorrect: D of T1A03\n\n"_s);
         const Result perfect = sample({{u"T1A01"_s, 1}, {u"T1A02"_s, 2}, {u"T1A03"_s, 3}}, 0);
         QCOMPARE(resultPrintText(perfect), header + u"3/3 · 00:00:00\nPool tech-2026\n\n"_s);
-        // Saved where the learner chooses, replacing a file there; cancelling or failing writes nothing.
+        // Saved where the learner chooses under the name offered; failing says so.
         Store store(m_rig.packPath, folderWith());
-        std::optional<QString> chosen;
+        std::optional<QString> chosen = m_dir.filePath(u"Résultat Ω.txt"_s);
         store.setSavePanel([&](const QString& name) { return name == "Aerowen-Result.txt"_L1 ? chosen : QString(); });
-        store.exportResult(r);
-        chosen = m_dir.filePath(u"Résultat Ω.txt"_s);
         store.exportResult(r);
         QCOMPARE(Fixtures::readFile(*chosen), resultExportText(r).toUtf8()); // UTF-8 without mark, replaced whole
         QCOMPARE(store.message(), QString());

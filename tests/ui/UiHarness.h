@@ -9,6 +9,7 @@
 #include "ui/App.h"
 #include "ui/Theme.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QComboBox>
 #include <QLabel>
@@ -97,13 +98,37 @@ inline void checkLayout(QWidget& top)
     }
 }
 
-// Checks the layout of what the widget shows (unless told not to) and saves it into the build tree's screenshots.
+// The visible controls under the interface without a name, as "objectName class". A field, picker or slider needs a
+// name or a label of its own, since on this platform a picker's name is the entry it shows.
+inline void unnamed(QAccessibleInterface* node, const QString& screen, QStringList& found)
+{
+    using A = QAccessible;
+    static const QSet<A::Role> holding{A::EditableText, A::Slider, A::ComboBox, A::SpinBox};
+    static const QSet<A::Role> pressed{A::PushButton, A::CheckBox,       A::RadioButton,    A::List,
+                                       A::ButtonMenu, A::ButtonDropDown, A::ButtonDropGrid, A::Table};
+    if (!node || node->state().invisible)
+        return;
+    auto* widget = qobject_cast<QWidget*>(node->object());
+    const bool named = holding.contains(node->role())
+                           ? (widget && !widget->accessibleName().isEmpty()) || !node->relations(A::Labelled).isEmpty()
+                           : !pressed.contains(node->role()) || !node->text(A::Name).trimmed().isEmpty();
+    if (!named)
+        found << screen + u": "_s + (widget ? widget->objectName() + u' ' + widget->metaObject()->className() : u"?"_s);
+    for (int i = 0; i < node->childCount(); ++i)
+        unnamed(node->child(i), screen, found);
+}
+
+// Checks the layout of what the widget shows (unless told not to) and that every control of it has an accessible
+// name, then saves it into the build tree's screenshots. Every screen of the application is photographed somewhere.
 inline void screenshot(QWidget& widget, const QString& name, bool check = true)
 {
     settle();
     QTest::qWait(20);
     if (check)
         checkLayout(widget);
+    QStringList missing;
+    unnamed(QAccessible::queryAccessibleInterface(&widget), name, missing);
+    QVERIFY2(missing.isEmpty(), qPrintable(missing.join(u"\n"_s)));
     QDir().mkpath(KESTOVAN_BUILD_DIR "/screenshots"_L1);
     QVERIFY(widget.grab().save(KESTOVAN_BUILD_DIR "/screenshots/"_L1 + name + u".png"_s));
 }
