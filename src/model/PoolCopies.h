@@ -1,0 +1,34 @@
+// Sessions keep a full copy of their pool, so a long history holds the same pool written out hundreds of times.
+// PoolCopies decodes each distinct pool text once; the sessions holding it then share one Pool (and the question
+// texts of their own question lists), which keeps both the reading time and the memory of a long history small.
+#pragma once
+
+#include "Pack.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QJsonValue>
+#include <optional>
+
+class PoolCopies
+{
+public:
+    // The progress file's bytes with every session's pool object replaced by [n], n being the pool's number here.
+    // Identical pool texts are decoded once. Nothing (and the file is to be decoded as it is) when the bytes hold
+    // anything this reading could take differently: an escaped key, or a pool that is an array.
+    std::optional<QByteArray> extract(const QByteArray& bytes);
+
+    // The pool that a placeholder written by extract names, or nothing for any other value.
+    const Pool* pool(const QJsonValue& placeholder) const;
+    // The own copy of a question equal to q in a pool of these, so that both share their texts; q itself otherwise.
+    Question shared(const Pool& pool, Question q) const;
+
+private:
+    struct Copy
+    {
+        QByteArray text;
+        Pool pool;
+        QHash<QString, qsizetype> index;
+    };
+    QList<Copy> m_copies;
+};
