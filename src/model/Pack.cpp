@@ -3,6 +3,7 @@
 
 #include "Errors.h"
 #include "Json.h"
+#include "JsonScan.h"
 
 #include <QRegularExpression>
 #include <QSet>
@@ -157,6 +158,13 @@ Pack Pack::fromJson(const QJsonObject& o)
 
 Pack Pack::fromBytes(const QByteArray& bytes)
 {
+    // Figures are most of a pack's bytes. Their map of names to Base64 text is taken straight from the text when it
+    // is that simple; anything else is left to the JSON reader.
+    if (std::optional<JsonScan::Split> split = JsonScan::takeStringMap(bytes, "assets")) {
+        Pack pack = fromJson(Json::parseObject(split->rest));
+        pack.assets = std::move(split->map);
+        return pack;
+    }
     return fromJson(Json::parseObject(bytes));
 }
 

@@ -3,65 +3,13 @@
 
 #include "Errors.h"
 #include "Json.h"
+#include "JsonScan.h"
 
 #include <cstring>
 
-namespace {
-
-bool isSpace(char c)
-{
-    return c == ' ' || c == '\n' || c == '\r' || c == '\t';
-}
-
-qsizetype skipSpace(const char* data, qsizetype n, qsizetype at)
-{
-    while (at < n && isSpace(data[at]))
-        ++at;
-    return at;
-}
-
-// The position of the quote that closes the string opening at `at`, or -1.
-qsizetype stringEnd(const char* data, qsizetype n, qsizetype at, bool& escaped)
-{
-    qsizetype from = at + 1;
-    for (;;) {
-        const auto* quote = static_cast<const char*>(std::memchr(data + from, '"', size_t(n - from)));
-        if (!quote)
-            return -1;
-        const qsizetype end = quote - data;
-        qsizetype backslashes = 0;
-        while (end - 1 - backslashes > at && data[end - 1 - backslashes] == '\\')
-            ++backslashes;
-        if (std::memchr(data + from, '\\', size_t(end - from)))
-            escaped = true;
-        if (backslashes % 2 == 0)
-            return end;
-        from = end + 1;
-    }
-}
-
-// The position just past the object or array opening at `at`, or -1.
-qsizetype valueEnd(const char* data, qsizetype n, qsizetype at)
-{
-    qsizetype depth = 0;
-    for (qsizetype i = at; i < n; ++i) {
-        const char c = data[i];
-        if (c == '"') {
-            bool escaped = false;
-            i = stringEnd(data, n, i, escaped);
-            if (i < 0)
-                return -1;
-        } else if (c == '{' || c == '[') {
-            ++depth;
-        } else if (c == '}' || c == ']') {
-            if (--depth == 0)
-                return i + 1;
-        }
-    }
-    return -1;
-}
-
-} // namespace
+using JsonScan::skipSpace;
+using JsonScan::stringEnd;
+using JsonScan::valueEnd;
 
 std::optional<QByteArray> PoolCopies::extract(const QByteArray& bytes)
 {

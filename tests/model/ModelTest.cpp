@@ -163,6 +163,30 @@ private slots:
         QCOMPARE(first.questions[0].prompt.isSharedWith(first.pool.questions[0].prompt), shared);
     }
 
+    // A pack's figures are taken straight from the text when they are plain; every text reads as it reads plainly.
+    void packFiguresReadAsWritten()
+    {
+        QJsonObject json = validPack().toJson(), unusual = json;
+        QJsonObject assets = json[u"assets"_s].toObject();
+        assets.insert(u"Ω.png"_s, u"AAAA"_s);
+        unusual.insert(u"assets"_s, assets);
+        const QByteArray bytes = validPack().toBytes();
+        const QList<QByteArray> texts{
+            bytes,
+            QByteArray(bytes).replace("\"assets\":{", "\"assets\" :\n{ "),
+            QByteArray(bytes).replace("K+/o=", "K+\\/o="),
+            QByteArray(bytes).replace("\"assets\":{", "\"assets\":{\"T1.png\":\"AAAA\",\"T1.png\":\"BBBB\","),
+            Json::compact(unusual),
+            Json::compact(Fixtures::editedJson(json, "pools/0",
+                                               [](QJsonObject& o) {
+                                                   o.insert(u"assets"_s, QJsonObject{{"a", "b"}});
+                                               })),
+        };
+        QCOMPARE(Pack::fromBytes(bytes), validPack());
+        for (const QByteArray& text : texts)
+            QCOMPARE(Pack::fromBytes(text), Pack::fromJson(Json::parseObject(text)));
+    }
+
     void validateAppliesEveryRule_data()
     {
         QTest::addColumn<Mutation>("mutate"); // none: the pack stays valid
