@@ -84,7 +84,7 @@ Session Session::fromJson(const QJsonObject& o, const PoolCopies* copies)
     }
     const QJsonObject answers = Json::object(o, QStringLiteral("answers"));
     for (auto it = answers.constBegin(); it != answers.constEnd(); ++it)
-        s.answers.insert(it.key(), Json::integer(QJsonObject{{it.key(), it.value()}}, it.key()));
+        s.answers.insert(it.key(), Json::integerValue(it.value(), it.key()));
     s.flags = Json::stringSet(Json::array(o, QStringLiteral("flags")), QStringLiteral("flags"));
     s.revealed = Json::stringSet(Json::array(o, QStringLiteral("revealed")), QStringLiteral("revealed"));
     s.index = Json::integer(o, QStringLiteral("index"));
