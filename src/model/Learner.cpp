@@ -79,8 +79,8 @@ Session Session::fromJson(const QJsonObject& o, const PoolCopies* copies)
     const QJsonArray questions = Json::array(o, QStringLiteral("questions"));
     s.questions.reserve(questions.size());
     for (const QJsonValue& v : questions) {
-        Question q = Question::fromJson(Json::objectValue(v, QStringLiteral("questions")));
-        s.questions.append(shared ? copies->shared(*shared, std::move(q)) : std::move(q));
+        const Question* known = copies ? copies->question(v) : nullptr;
+        s.questions.append(known ? *known : Question::fromJson(Json::objectValue(v, QStringLiteral("questions"))));
     }
     const QJsonObject answers = Json::object(o, QStringLiteral("answers"));
     for (auto it = answers.constBegin(); it != answers.constEnd(); ++it)

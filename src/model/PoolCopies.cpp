@@ -34,9 +34,43 @@ std::optional<QByteArray> PoolCopies::extract(const QByteArray& bytes)
             continue; // not a key
         if (escaped)
             return std::nullopt;
+        const qsizetype value = skipSpace(data, n, colon + 1);
+        if (end - start - 1 == 9 && std::memcmp(data + start + 1, "questions", 9) == 0 && value < n &&
+            data[value] == '[') {
+            // A session's questions that match a known pool's questions byte for byte become [pool, question].
+            at = value + 1;
+            for (;;) {
+                at = skipSpace(data, n, at);
+                if (at < n && data[at] == ']') {
+                    ++at;
+                    break;
+                }
+                if (at >= n || data[at] != '{')
+                    return std::nullopt;
+                const qsizetype close = valueEnd(data, n, at);
+                if (close < 0)
+                    return std::nullopt;
+                const QByteArray text = QByteArray::fromRawData(data + at, close - at);
+                for (qsizetype i = 0; i < m_copies.size(); ++i) {
+                    const qsizetype q = m_copies.at(i).questionTexts.value(text, -1);
+                    if (q < 0)
+                        continue;
+                    out.append(data + copied, at - copied);
+                    out.append('[').append(QByteArray::number(i)).append(',').append(QByteArray::number(q));
+                    out.append(']');
+                    copied = close;
+                    break;
+                }
+                at = skipSpace(data, n, close);
+                if (at < n && data[at] == ',')
+                    ++at;
+                else if (at >= n || data[at] != ']')
+                    return std::nullopt;
+            }
+            continue;
+        }
         if (end - start - 1 != 4 || std::memcmp(data + start + 1, "pool", 4) != 0)
             continue;
-        const qsizetype value = skipSpace(data, n, colon + 1);
         if (value < n && data[value] == '[')
             return std::nullopt;
         if (value >= n || data[value] != '{')
@@ -56,7 +90,7 @@ std::optional<QByteArray> PoolCopies::extract(const QByteArray& bytes)
             const QByteArray text = bytes.mid(value, close - value);
             Copy copy{text, Pool::fromJson(Json::parseObject(text)), {}};
             for (qsizetype i = 0; i < copy.pool.questions.size(); ++i)
-                copy.index.insert(copy.pool.questions.at(i).id, i);
+                copy.questionTexts.insert(Json::compact(copy.pool.questions.at(i).toJson()), i);
             number = m_copies.size();
             m_copies.append(std::move(copy));
         }
@@ -78,14 +112,14 @@ const Pool* PoolCopies::pool(const QJsonValue& placeholder) const
     return number.isDouble() && i >= 0 && i < m_copies.size() ? &m_copies.at(i).pool : nullptr;
 }
 
-Question PoolCopies::shared(const Pool& pool, Question q) const
+const Question* PoolCopies::question(const QJsonValue& placeholder) const
 {
-    for (const Copy& copy : m_copies) {
-        if (&copy.pool != &pool)
-            continue;
-        const qsizetype i = copy.index.value(q.id, -1);
-        if (i >= 0 && pool.questions.at(i) == q)
-            return pool.questions.at(i);
-    }
-    return q;
+    if (!placeholder.isArray() || placeholder.toArray().size() != 2)
+        return nullptr;
+    const QJsonArray numbers = placeholder.toArray();
+    const qsizetype copy = numbers.at(0).toInteger(-1), question = numbers.at(1).toInteger(-1);
+    if (copy < 0 || copy >= m_copies.size() || question < 0)
+        return nullptr;
+    const QList<Question>& questions = m_copies.at(copy).pool.questions;
+    return question < questions.size() ? &questions.at(question) : nullptr;
 }

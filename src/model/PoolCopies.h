@@ -13,22 +13,23 @@
 class PoolCopies
 {
 public:
-    // The progress file's bytes with every session's pool object replaced by [n], n being the pool's number here.
-    // Identical pool texts are decoded once. Nothing (and the file is to be decoded as it is) when the bytes hold
-    // anything this reading could take differently: an escaped key, or a pool that is an array.
+    // The progress file's bytes with every session's pool object replaced by [n], n being the pool's number here,
+    // and each of its questions equal to the question i of pool n by [n, i]. Identical pool texts are decoded once.
+    // Nothing (and the file is to be decoded as it is) when the bytes hold anything this reading could take
+    // differently: an escaped key, or a pool or a question that is an array.
     std::optional<QByteArray> extract(const QByteArray& bytes);
 
     // The pool that a placeholder written by extract names, or nothing for any other value.
     const Pool* pool(const QJsonValue& placeholder) const;
-    // The own copy of a question equal to q in a pool of these, so that both share their texts; q itself otherwise.
-    Question shared(const Pool& pool, Question q) const;
+    // The pool's own copy of a session's question that extract replaced by [pool, question], or nothing.
+    const Question* question(const QJsonValue& placeholder) const;
 
 private:
     struct Copy
     {
         QByteArray text;
         Pool pool;
-        QHash<QString, qsizetype> index;
+        QHash<QByteArray, qsizetype> questionTexts; // each question's compact text, and its place
     };
     QList<Copy> m_copies;
 };

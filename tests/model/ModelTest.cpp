@@ -140,6 +140,8 @@ private slots:
         QTest::newRow("escaped key") << edited("\"pool\":{", "\"po\\u006fl\":{") << true << false;
         QTest::newRow("placeholder in file")
             << edited(QByteArray("\"pool\":" + pool), "\"pool\":[0]") << false << false;
+        QTest::newRow("question placeholder in file")
+            << QByteArray(bytes).insert(bytes.lastIndexOf("\"questions\":[{") + 13, "[0,0],") << false << false;
         QTest::newRow("cut after a copy") << bytes.left(bytes.lastIndexOf(pool) + pool.size()) << false << false;
         QTest::newRow("cut in a copy") << bytes.left(bytes.lastIndexOf(pool) + 20) << false << false;
         QTest::newRow("broken copy") << QByteArray(bytes).replace(bytes.lastIndexOf(pool) + 1, 4, "\"ix\"") << false
