@@ -1,5 +1,6 @@
 // Benchmark: times each parse of the official pool documents and every child process that parse runs.
 // Usage: bench-parse [NCVEC_DOWNLOADS_FOLDER] [ROUNDS]
+// Ends with each document's median ratio of parse time over the time of its child processes.
 #include "PackBuilder.h"
 
 #include "model/Errors.h"
@@ -10,7 +11,10 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QMap>
 #include <QTextStream>
+
+#include <algorithm>
 
 int main(int argc, char** argv)
 {
@@ -27,7 +31,10 @@ int main(int argc, char** argv)
     };
 
     QStringList processLines;
+    double processSeconds = 0;
+    QMap<QString, QList<double>> ratios;
     OfficialUpdates::setProcessObserver([&](const QString& program, const QStringList& arguments, double seconds) {
+        processSeconds += seconds;
         processLines.append(QStringLiteral("    %1 ms  %2 %3")
                                 .arg(seconds * 1000, 8, 'f', 1)
                                 .arg(program.section(QLatin1Char('/'), -1), arguments.last()));
@@ -43,15 +50,21 @@ int main(int argc, char** argv)
             }
             const QByteArray data = input.readAll();
             processLines.clear();
+            processSeconds = 0;
             QElapsedTimer clock;
             clock.start();
             try {
                 const Pack pack = OfficialUpdates::parse(data, PackBuilder::downloadAddress(file), level);
-                out << QStringLiteral("  parse %1: %2 ms (%3 questions, %4 figures)\n")
+                const double seconds = double(clock.nsecsElapsed()) / 1e9;
+                const double ratio = seconds / processSeconds;
+                ratios[level].append(ratio);
+                out << QStringLiteral("  parse %1: %2 ms (%3 questions, %4 figures), child processes %5 ms, ratio %6\n")
                            .arg(level, -10)
-                           .arg(double(clock.nsecsElapsed()) / 1e6, 0, 'f', 1)
+                           .arg(seconds * 1000, 0, 'f', 1)
                            .arg(pack.pools.first().questions.size())
-                           .arg(pack.assets.size());
+                           .arg(pack.assets.size())
+                           .arg(processSeconds * 1000, 0, 'f', 1)
+                           .arg(ratio, 0, 'f', 2);
             } catch (const Failure& failure) {
                 out << "  parse " << level << " failed: " << failure.description() << "\n";
                 return 1;
@@ -60,6 +73,12 @@ int main(int argc, char** argv)
                 out << line << "\n";
         }
         out.flush();
+    }
+    out << "Parse time over child-process time, median of " << rounds << " rounds:\n";
+    for (const auto& [level, file] : documents) {
+        QList<double> r = ratios.value(level);
+        std::sort(r.begin(), r.end());
+        out << QStringLiteral("  %1 %2\n").arg(level, -10).arg(r.at(r.size() / 2), 0, 'f', 2);
     }
     return 0;
 }

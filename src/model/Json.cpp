@@ -71,13 +71,17 @@ QString string(const QJsonObject& o, const QString& key)
 
 qint64 integer(const QJsonObject& o, const QString& key)
 {
-    const QJsonValue v = required(o, key);
+    return integerValue(required(o, key), key);
+}
+
+qint64 integerValue(const QJsonValue& v, const QString& where)
+{
     if (!v.isDouble())
-        wrongType(key, "a number");
+        wrongType(where, "a number");
     const double d = v.toDouble();
     // An integer field holding 1.5 or 1e300 is as wrong as one holding text.
     if (!std::isfinite(d) || d != std::trunc(d) || std::fabs(d) > 9007199254740992.0)
-        wrongType(key, "an integer");
+        wrongType(where, "an integer");
     return static_cast<qint64>(d);
 }
 

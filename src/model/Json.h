@@ -34,6 +34,7 @@ std::optional<QUuid> optionalUuid(const QJsonObject& o, const QString& key);
 
 // Elements of an array or values of an object, each of the required type.
 QString stringValue(const QJsonValue& v, const QString& where);
+qint64 integerValue(const QJsonValue& v, const QString& where);
 QJsonObject objectValue(const QJsonValue& v, const QString& where);
 QStringList strings(const QJsonArray& a, const QString& where);
 QSet<QString> stringSet(const QJsonArray& a, const QString& where);

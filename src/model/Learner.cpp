@@ -1,6 +1,8 @@
 // Learner records and the progress file's JSON form.
 #include "Learner.h"
 
+#include "PoolCopies.h"
+
 #include "Json.h"
 
 QString trimmedName(const QString& name)
@@ -64,22 +66,25 @@ QJsonObject Stat::toJson() const
     return o;
 }
 
-Session Session::fromJson(const QJsonObject& o)
+Session Session::fromJson(const QJsonObject& o, const PoolCopies* copies)
 {
     Session s;
     s.id = Json::uuid(o, QStringLiteral("id"));
     s.profile = Json::uuid(o, QStringLiteral("profile"));
     s.name = Json::string(o, QStringLiteral("name"));
-    s.pool = Pool::fromJson(Json::object(o, QStringLiteral("pool")));
+    const Pool* shared = copies ? copies->pool(o.value(QStringLiteral("pool"))) : nullptr;
+    s.pool = shared ? *shared : Pool::fromJson(Json::object(o, QStringLiteral("pool")));
     s.mode = Json::string(o, QStringLiteral("mode"));
     s.challenge = Json::string(o, QStringLiteral("challenge"));
     const QJsonArray questions = Json::array(o, QStringLiteral("questions"));
     s.questions.reserve(questions.size());
-    for (const QJsonValue& v : questions)
-        s.questions.append(Question::fromJson(Json::objectValue(v, QStringLiteral("questions"))));
+    for (const QJsonValue& v : questions) {
+        const Question* known = copies ? copies->question(v) : nullptr;
+        s.questions.append(known ? *known : Question::fromJson(Json::objectValue(v, QStringLiteral("questions"))));
+    }
     const QJsonObject answers = Json::object(o, QStringLiteral("answers"));
     for (auto it = answers.constBegin(); it != answers.constEnd(); ++it)
-        s.answers.insert(it.key(), Json::integer(QJsonObject{{it.key(), it.value()}}, it.key()));
+        s.answers.insert(it.key(), Json::integerValue(it.value(), it.key()));
     s.flags = Json::stringSet(Json::array(o, QStringLiteral("flags")), QStringLiteral("flags"));
     s.revealed = Json::stringSet(Json::array(o, QStringLiteral("revealed")), QStringLiteral("revealed"));
     s.index = Json::integer(o, QStringLiteral("index"));
@@ -136,11 +141,11 @@ qint64 Session::score() const
     return total;
 }
 
-Result Result::fromJson(const QJsonObject& o)
+Result Result::fromJson(const QJsonObject& o, const PoolCopies* copies)
 {
     Result r;
     r.id = Json::uuid(o, QStringLiteral("id"));
-    r.session = Session::fromJson(Json::object(o, QStringLiteral("session")));
+    r.session = Session::fromJson(Json::object(o, QStringLiteral("session")), copies);
     r.finished = Json::number(o, QStringLiteral("finished"));
     r.seconds = Json::number(o, QStringLiteral("seconds"));
     return r;
@@ -160,7 +165,7 @@ bool Result::eligible() const
            session.questions.size() == session.pool.examCount;
 }
 
-Saved Saved::fromJson(const QJsonObject& o)
+Saved Saved::fromJson(const QJsonObject& o, const PoolCopies* copies)
 {
     Saved s;
     for (const QJsonValue& v : Json::array(o, QStringLiteral("profiles")))
@@ -171,16 +176,24 @@ Saved Saved::fromJson(const QJsonObject& o)
         s.stats.insert(it.key(), Stat::fromJson(Json::objectValue(it.value(), it.key())));
     s.bookmarks = Json::stringSet(Json::array(o, QStringLiteral("bookmarks")), QStringLiteral("bookmarks"));
     for (const QJsonValue& v : Json::array(o, QStringLiteral("drafts")))
-        s.drafts.append(Session::fromJson(Json::objectValue(v, QStringLiteral("drafts"))));
+        s.drafts.append(Session::fromJson(Json::objectValue(v, QStringLiteral("drafts")), copies));
     const QJsonArray results = Json::array(o, QStringLiteral("results"));
     s.results.reserve(results.size());
     for (const QJsonValue& v : results)
-        s.results.append(Result::fromJson(Json::objectValue(v, QStringLiteral("results"))));
+        s.results.append(Result::fromJson(Json::objectValue(v, QStringLiteral("results")), copies));
     return s;
 }
 
 Saved Saved::fromBytes(const QByteArray& bytes)
 {
+    // A long history repeats the same pools hundreds of times: each distinct one is decoded once and shared. Any
+    // doubt, and any failure, leaves the plain reading to decide (and to describe what is wrong).
+    try {
+        PoolCopies copies;
+        if (const std::optional<QByteArray> light = copies.extract(bytes))
+            return fromJson(Json::parseObject(*light), &copies);
+    } catch (const Failure&) {
+    }
     return fromJson(Json::parseObject(bytes));
 }
 

@@ -9,6 +9,8 @@
 #include <QUuid>
 #include <optional>
 
+class PoolCopies;
+
 struct Profile
 {
     QUuid id;
@@ -54,7 +56,8 @@ struct Session
     bool eligible = true;
 
     bool operator==(const Session&) const = default;
-    static Session fromJson(const QJsonObject& o);
+    // With copies, a pool placeholder that copies wrote stands for the pool it names (Saved::fromBytes).
+    static Session fromJson(const QJsonObject& o, const PoolCopies* copies = nullptr);
     QJsonObject toJson() const;
 
     // A Guest's attempt leaves no trace: its name is empty or "Guest" in any letter case.
@@ -71,7 +74,7 @@ struct Result
     double seconds = 0;
 
     bool operator==(const Result&) const = default;
-    static Result fromJson(const QJsonObject& o);
+    static Result fromJson(const QJsonObject& o, const PoolCopies* copies = nullptr);
     QJsonObject toJson() const;
 
     qint64 score() const { return session.score(); }
@@ -90,7 +93,7 @@ struct Saved
     QList<Result> results;
 
     bool operator==(const Saved&) const = default;
-    static Saved fromJson(const QJsonObject& o);
+    static Saved fromJson(const QJsonObject& o, const PoolCopies* copies = nullptr);
     static Saved fromBytes(const QByteArray& bytes);
     QJsonObject toJson() const;
     QByteArray toBytes() const;

@@ -4,7 +4,9 @@
 #include "store/Settings.h"
 
 #include <QApplication>
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QDBusReply>
 #include <QDBusVariant>
 
@@ -36,9 +38,22 @@ DesktopColorScheme::DesktopColorScheme(const QDBusConnection& bus, QObject* pare
                        SLOT(settingChanged(QDBusMessage)));
     QDBusMessage read = QDBusMessage::createMethodCall(portalService, portalPath, settingsInterface, u"Read"_s);
     read << appearanceGroup << colorSchemeKey;
-    const QDBusMessage reply = connection.call(read, QDBus::Block, readTimeoutMs);
-    if (reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty())
-        take(reply.arguments().constFirst());
+    // A running portal answers at once, and the window then opens in the right scheme. Otherwise the bus may first
+    // have to start one (or have none): the window opens light and takes the answer whenever it comes.
+    QDBusConnectionInterface* daemon = connection.interface();
+    if (daemon && daemon->isServiceRegistered(portalService).value()) {
+        const QDBusMessage reply = connection.call(read, QDBus::Block, readTimeoutMs);
+        if (reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty())
+            take(reply.arguments().constFirst());
+        return;
+    }
+    auto* watcher = new QDBusPendingCallWatcher(connection.asyncCall(read), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+        const QDBusMessage reply = watcher->reply();
+        if (reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty())
+            take(reply.arguments().constFirst());
+        watcher->deleteLater();
+    });
 }
 
 void DesktopColorScheme::settingChanged(const QDBusMessage& message)

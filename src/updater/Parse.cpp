@@ -157,8 +157,9 @@ Pack parse(const QByteArray& data, const QUrl& source, const QString& level, con
 
     const bool extra = level == QLatin1StringView("extra");
     Pool pool;
+    // The first four bytes of the document's digest, as sha256Hex(data, 4) gives them.
     pool.id = level + QLatin1Char('-') + QString::number(start) + QLatin1Char('-') + revisionDate + QLatin1Char('-') +
-              sha256Hex(data, 4);
+              digest.left(8);
     pool.level = level;
     pool.name = levelName(level);
     pool.validFrom = QString::number(start) + QStringLiteral("-07-01");

@@ -123,6 +123,72 @@ private slots:
                  QJsonArray({"T1A01", "T1A02", "T1A03", "T1A05", "T1A07", "T1A08", "T1A09"}));
     }
 
+    // Identical pool copies of a long history are decoded once and shared; every file reads as it reads plainly.
+    void poolCopiesReadAsWritten_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<bool>("valid");
+        QTest::addColumn<bool>("shared"); // equal copies share one pool, and their questions the pool's texts
+        Saved saved = sampleSaved();
+        Result other = saved.results[0];
+        other.session.pool.questions[1].prompt = u"A prompt with \"pool\":{} and \\ in it"_s;
+        saved.results << saved.results[0] << other << saved.results[0];
+        const QByteArray bytes = saved.toBytes(), pool = Json::compact(saved.results[0].session.pool.toJson());
+        const auto edited = [&](QByteArrayView from, QByteArrayView to) { return QByteArray(bytes).replace(from, to); };
+        QTest::newRow("copies") << bytes << true << true;
+        QTest::newRow("spaced copies") << edited(",\"pool\":{", ",\"pool\" :\n {") << true << true;
+        QTest::newRow("escaped key") << edited("\"pool\":{", "\"po\\u006fl\":{") << true << false;
+        QTest::newRow("placeholder in file")
+            << edited(QByteArray("\"pool\":" + pool), "\"pool\":[0]") << false << false;
+        QTest::newRow("question placeholder in file")
+            << QByteArray(bytes).insert(bytes.lastIndexOf("\"questions\":[{") + 13, "[0,0],") << false << false;
+        QTest::newRow("cut after a copy") << bytes.left(bytes.lastIndexOf(pool) + pool.size()) << false << false;
+        QTest::newRow("cut in a copy") << bytes.left(bytes.lastIndexOf(pool) + 20) << false << false;
+        QTest::newRow("broken copy") << QByteArray(bytes).replace(bytes.lastIndexOf(pool) + 1, 4, "\"ix\"") << false
+                                     << false;
+    }
+    void poolCopiesReadAsWritten()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(bool, valid);
+        QFETCH(bool, shared);
+        if (!valid) {
+            QVERIFY_THROWS_EXCEPTION(DecodeError, Saved::fromBytes(bytes));
+            return;
+        }
+        const Saved plain = Saved::fromJson(Json::parseObject(bytes)), read = Saved::fromBytes(bytes);
+        QCOMPARE(read, plain);
+        QCOMPARE(read.results.size(), 4);
+        const Session &first = read.results[0].session, &second = read.results[1].session;
+        QCOMPARE(first.pool.questions.isSharedWith(second.pool.questions), shared);
+        QVERIFY(!first.pool.questions.isSharedWith(read.results[2].session.pool.questions));
+        QCOMPARE(first.questions[0].prompt.isSharedWith(first.pool.questions[0].prompt), shared);
+    }
+
+    // A pack's figures are taken straight from the text when they are plain; every text reads as it reads plainly.
+    void packFiguresReadAsWritten()
+    {
+        QJsonObject json = validPack().toJson(), unusual = json;
+        QJsonObject assets = json[u"assets"_s].toObject();
+        assets.insert(u"Ω.png"_s, u"AAAA"_s);
+        unusual.insert(u"assets"_s, assets);
+        const QByteArray bytes = validPack().toBytes();
+        const QList<QByteArray> texts{
+            bytes,
+            QByteArray(bytes).replace("\"assets\":{", "\"assets\" :\n{ "),
+            QByteArray(bytes).replace("K+/o=", "K+\\/o="),
+            QByteArray(bytes).replace("\"assets\":{", "\"assets\":{\"T1.png\":\"AAAA\",\"T1.png\":\"BBBB\","),
+            Json::compact(unusual),
+            Json::compact(Fixtures::editedJson(json, "pools/0",
+                                               [](QJsonObject& o) {
+                                                   o.insert(u"assets"_s, QJsonObject{{"a", "b"}});
+                                               })),
+        };
+        QCOMPARE(Pack::fromBytes(bytes), validPack());
+        for (const QByteArray& text : texts)
+            QCOMPARE(Pack::fromBytes(text), Pack::fromJson(Json::parseObject(text)));
+    }
+
     void validateAppliesEveryRule_data()
     {
         QTest::addColumn<Mutation>("mutate"); // none: the pack stays valid

@@ -173,6 +173,7 @@ private slots:
                      {u"diagram-review.json"_s, "{}"},
                      {pack, newPeriod}}
             << unreadable << builtIn + u" 2026-01-01"_s;
+        QTest::newRow("empty progress file") << Files{{progress, ""}} << unreadable << builtIn;
         QTest::newRow("recovery copy impossible") << taken << unprepared << builtIn;
         QTest::newRow("invalid built-in pack: nothing read") // it is the one given in the folder
             << Files{{u"pools.json"_s, invalid.toBytes()}, {progress, kept.toBytes()}} << unprepared << u"2026-01-01"_s;

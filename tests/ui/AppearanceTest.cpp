@@ -61,7 +61,7 @@ public slots:
 };
 
 // A session bus of the test's own, with the fake portal answering from another thread (the application reads the
-// preference with a blocking call).
+// preference of a running portal with a blocking call).
 class PrivateBus
 {
 public:
@@ -100,6 +100,13 @@ public:
         QDBusMessage signal = QDBusMessage::createSignal(portalPath, settingsInterface, u"SettingChanged"_s);
         signal << group << key << QVariant::fromValue(QDBusVariant(value));
         QVERIFY(m_portalSide->send(signal));
+    }
+
+    // The desktop's portal leaves the bus, or comes (back) onto it.
+    void setPortalRunning(bool running)
+    {
+        QVERIFY(running ? m_portalSide->registerService(portalService)
+                        : m_portalSide->unregisterService(portalService));
     }
 
     FakePortal portal;
@@ -226,6 +233,17 @@ private slots:
         appearance->setMode(Appearance::Mode::system);
         Appearance alone(*qApp, QDBusConnection(u"no bus"_s));
         QCOMPARE(shown(), light.window);
+
+        // A portal that is not running yet is not waited for: light until it starts and says otherwise.
+        appearance.reset();
+        bus.setPortalRunning(false);
+        bus.portal.scheme = 1;
+        Appearance early(*qApp, bus.application());
+        QCOMPARE(shown(), light.window);
+        bus.setPortalRunning(true);
+        QTest::qWait(100);
+        bus.announce(group, key, 1);
+        QTRY_COMPARE(shown(), dark.window);
     }
 };
 

@@ -141,6 +141,16 @@ private slots:
             <w:p><w:t>A.</w:t><w:br/><w:t>B.</w:t></w:p><w:p/><w:p><w:t>C.</w:t></w:p>           | A.\nB.//C.
             <w:p><w:instrText>x</w:instrText><w:t>kept</w:t><w:delText>x</w:delText><v:t>x</v:t>x</w:p> | kept
             <w:p><w:t>&nbsp;</w:t></w:p>                                                             | format
+            <w:p><w:pPr><w:rPr><w:b/></w:rPr></w:pPr><w:r><w:rPr><w:sz w:val="2"/></w:rPr><w:t>x</w:t></w:r></w:p> | x
+            <w:p><w:rPr><w:t>in</w:t></w:rPr><w:rPr> </w:rPr><w:t>out</w:t></w:p>                  | inout
+            <w:p><w:rPr><w:rPrChange><w:rPr><w:b/></w:rPr></w:rPrChange></w:rPr><w:t>y</w:t></w:p> | y
+            <w:p><w:rPr><!-- </w:rPr> --></w:rPr><w:t>z</w:t><w:rPr><w:b/></w:rPr></w:p>           | z
+            <w:p><w:rPr>&nbsp;</w:rPr></w:p>                                                       | format
+            <w:p><w:rPr><w:b></w:rPr></w:p>                                                       | format
+            <w:p><w:rPr><w:b a="1" a="2"/></w:rPr></w:p>                                          | format
+            <w:p><w:rPr><w:b a=1/></w:rPr></w:p>                                                  | format
+            <w:p><w:rPr><w:b a="<"/></w:rPr></w:p>                                                | format
+            <w:p><w:rPr><w:b a='1' c = "2" /><w:i></w:i></w:rPr><w:t>w</w:t></w:p>                | w
             <w:p></w:t>                                                                              | format)",
               [](const QStringList& r) {
                   return readParagraphs(("<w:document><w:body>" + r[0] + "</w:body></w:document>").toUtf8()).join('/');
