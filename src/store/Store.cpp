@@ -303,15 +303,8 @@ void Store::loadProgress()
     if (!QFile::exists(path))
         return;
     try {
-        // Read from the page cache without a copy: the decoded records share nothing with these bytes. The file
-        // is only ever replaced whole (never rewritten in place), so the mapping stays valid while it is read.
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly))
-            throw FileError(file.errorString());
-        const uchar* mapped = file.size() > 0 ? file.map(0, file.size()) : nullptr;
-        const QByteArray bytes =
-            mapped ? QByteArray::fromRawData(reinterpret_cast<const char*>(mapped), file.size()) : file.readAll();
-        Saved loaded = Saved::fromBytes(bytes);
+        // Read into memory, not mapped: a program that shortens the file meanwhile cannot take the application down.
+        Saved loaded = Saved::fromBytes(readFile(path));
         if (loaded.profiles.isEmpty())
             throw DataError(DataError::invalid);
         m_saved = std::move(loaded);
