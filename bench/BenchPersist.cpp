@@ -6,7 +6,8 @@
 // session and times `answer` calls (each one saves the whole progress file). Prints the median and worst latency
 // next to the same figures for QSaveFile writes of the same number of bytes, and their ratio. Then shows the main
 // window on the question screen (offscreen unless QT_QPA_PLATFORM says otherwise) and presses A–D in turn, a moment
-// apart as a learner would, timing each press until the chosen answer's row has repainted.
+// apart as a learner would, timing each press until the chosen answer's row has repainted; then the same on a Guest's
+// exam, which saves nothing, for the window's own share on this machine.
 #include "model/Dates.h"
 #include "store/Seeded.h"
 #include "store/Store.h"
@@ -205,6 +206,10 @@ int main(int argc, char** argv)
     store.leave();
     store.begin(pack.pools.first(), QStringLiteral("Exam"), learner.name, false, QString());
     const Figures k = figures(keyToRepaint(store, presses));
+    // The same on a Guest's exam, which saves nothing: what the window alone costs on this machine.
+    store.leave();
+    store.begin(pack.pools.first(), QStringLiteral("Exam"), QStringLiteral("Guest"), false, QString());
+    const Figures g = figures(keyToRepaint(store, presses));
     const Figures a = figures(answerMs), p = figures(plainMs), e = figures(encodeMs);
     std::printf("saved bytes per call: %.1f MB, %d calls\n", double(bytes.size()) / 1e6, calls);
     std::printf("answer:         median %8.2f ms   worst %8.2f ms\n", a.median, a.worst);
@@ -213,5 +218,6 @@ int main(int argc, char** argv)
     std::printf("ratio (median):  %.2f\n", a.median / p.median);
     std::printf("key A-D to repainted answer (%d presses): median %8.2f ms   worst %8.2f ms\n", presses, k.median,
                 k.worst);
+    std::printf("the same, nothing saved (Guest):         median %8.2f ms   worst %8.2f ms\n", g.median, g.worst);
     return 0;
 }

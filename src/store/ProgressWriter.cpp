@@ -3,6 +3,9 @@
 
 #include "Store.h"
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 ProgressWriter::ProgressWriter(QString path, std::function<void()> failed)
     : m_path(std::move(path)), m_failed(std::move(failed))
 {}
@@ -45,6 +48,9 @@ QStringList ProgressWriter::takeFailures()
 
 void ProgressWriter::run()
 {
+    // The writer gives way to the window on a busy processor: a click must not wait for an encoding under way.
+    // On Linux a thread's nice value is its own.
+    setpriority(PRIO_PROCESS, id_t(gettid()), 10);
     std::unique_lock lock(m_mutex);
     for (;;) {
         m_changed.wait(lock, [this] { return m_pending || m_stopping; });
