@@ -221,6 +221,11 @@ Store::Store(std::optional<QString> dataPath, std::optional<QString> storagePath
     m_folder = storagePath ? *storagePath
                            : QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
                                  QStringLiteral("/Kestovan Aerowen");
+    // A failed write is reported on this thread, through the event loop.
+    m_writer = std::make_unique<ProgressWriter>(filePath(progressName), [this] {
+        QMetaObject::invokeMethod(
+            this, [this] { reportSaveFailures(m_writer->takeFailures()); }, Qt::QueuedConnection);
+    });
 
     try {
         m_diagramCorrections = CorrectionsJson::fromBytes(readFile(filePath(correctionsName)));
@@ -290,10 +295,12 @@ bool Store::preserveProgress()
 Store::~Store()
 {
     m_workers.shutDown(-1);
+    m_writer.reset(); // writes what is pending
 }
 
 bool Store::shutDown(int waitMs)
 {
+    flush();
     return m_workers.shutDown(waitMs);
 }
 
@@ -341,28 +348,38 @@ QList<Pool> Store::pools() const
     return displayOrder(m_pack.pools);
 }
 
-void Store::writeProgress(const Saved& saved)
-{
-    writeFileAtomically(filePath(progressName), m_encoder.encode(saved));
-}
-
 void Store::save()
 {
     try {
         if (m_progressUnpreserved && !preserveProgress())
             throw FileError(QStringLiteral("The progress file that could not be read is not replaced before a copy "
                                            "of it has been kept."));
-        writeProgress(m_saved);
+        m_writer->submit(m_saved);
     } catch (const Failure& failure) {
         setMessage(QStringLiteral("Progress could not be saved: ") + failure.description());
     }
+}
+
+void Store::flush()
+{
+    reportSaveFailures(m_writer->flush());
+}
+
+void Store::reportSaveFailures(const QStringList& failures)
+{
+    // Of several failed writes, the latest one says what is wrong now.
+    if (!failures.isEmpty())
+        setMessage(QStringLiteral("Progress could not be saved: ") + failures.last());
 }
 
 void Store::clearAllData()
 {
     try {
         Saved fresh = Saved::initial();
-        writeProgress(fresh);
+        flush(); // earlier changes first, so that none of them lands over the cleared file
+        m_writer->submit(fresh);
+        if (const QStringList failures = m_writer->flush(); !failures.isEmpty())
+            throw FileError(failures.last());
         m_progressUnpreserved = false; // clearing everything replaces an unread file on purpose
         setSaved(std::move(fresh));
         setSession(std::nullopt);

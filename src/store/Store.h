@@ -7,46 +7,15 @@
 #include "model/Learner.h"
 #include "model/Pack.h"
 #include "model/Workers.h"
+#include "store/ProgressWriter.h"
 
 #include <QImage>
 #include <QObject>
 #include <functional>
+#include <memory>
 #include <optional>
 
 class QSettings;
-
-// The progress file's encoder keeps finished results in encoded form: they never change, and re-encoding
-// hundreds of full pool copies on every click would dominate each save. Drafts change on every click, but their
-// pool copy and question list do not, so those two parts are kept encoded as well. The returned bytes share the
-// encoder's buffer; drop them before the next call so that the buffer can be reused.
-class ProgressEncoder
-{
-public:
-    QByteArray encode(const Saved& saved);
-
-private:
-    struct DraftParts
-    {
-        Pool pool;
-        QByteArray poolBytes;
-        QList<Question> questions;
-        QByteArray questionBytes;
-    };
-    QByteArray encodeDraft(const Session& draft, QHash<QUuid, DraftParts>& kept) const;
-
-    struct KeptResult
-    {
-        Result result;
-        QByteArray bytes;
-    };
-    QHash<QUuid, KeptResult> m_results;
-    QHash<QUuid, DraftParts> m_drafts;
-    // Statistics change only when an answer is checked or a session finished, not on every click.
-    QMap<QString, Stat> m_stats;
-    QByteArray m_statsBytes;
-    // The output buffer is reused: allocating tens of megabytes afresh for every save costs more than the copy.
-    QByteArray m_out;
-};
 
 class Store : public QObject
 {
@@ -109,8 +78,10 @@ public:
     // Pools of the pack in display order: level, then newest period first.
     QList<Pool> pools() const;
 
-    // Storage.
+    // Storage. save hands the state to the writer thread and returns at once; flush waits until the newest state
+    // handed over is on disk, and reports a failed write at once instead of through the event loop.
     void save();
+    void flush();
     void clearAllData();
 
     // Profiles.
@@ -155,7 +126,8 @@ public:
     void checkApplicationUpdates();
 
     // Stops running checks (child processes killed, text recognition abandoned, requests aborted) and waits at
-    // most waitMs for their threads; called when the application quits. True when no worker is left running.
+    // most waitMs for their threads; called when the application quits. True when no worker is left running. The
+    // progress file is written to the end whatever waitMs: no save is lost on quit.
     bool shutDown(int waitMs);
     // What stops the store's background work; a signal handler may request it.
     Cancellation& cancellation() const { return *m_workers.cancellation(); }
@@ -189,7 +161,7 @@ private:
     void setAppUpdateStatus(const QString& status);
     void setAvailableRelease(const std::optional<AppRelease>& release);
     void setDiagramReview(const std::optional<DiagramReview>& review);
-    void writeProgress(const Saved& saved);
+    void reportSaveFailures(const QStringList& failures);
     // Keeps an unread progress file as a recovery copy (or finds an identical one); false when that failed.
     bool preserveProgress();
 
@@ -219,7 +191,7 @@ private:
     Refresher m_refresher;
     ReleaseFetcher m_releaseFetcher;
     Parser m_parser;
-    ProgressEncoder m_encoder;
+    std::unique_ptr<ProgressWriter> m_writer;
     // Last, so that it is destroyed first: its threads are stopped before anything they might report to.
     Workers m_workers;
 };

@@ -21,7 +21,9 @@ void Store::select(const QUuid& id)
 {
     m_saved.selected = id;
     emit savedChanged();
+    // A change of learner is on disk before it returns, like the work of the learner before.
     save();
+    flush();
 }
 
 void Store::addProfile(const QString& name)
@@ -41,6 +43,7 @@ void Store::addProfile(const QString& name)
     m_saved.selected = added.id;
     emit savedChanged();
     save();
+    flush();
 }
 
 void Store::renameProfile(const QString& name)

@@ -561,8 +561,9 @@ AerowenApp::AerowenApp(QApplication& app)
     m_store = std::make_unique<Store>();
     m_root = std::make_unique<RootView>(*m_store);
     m_root->addAppearanceMenu(*m_appearance);
-    // Quitting saves the draft first, then stops every background check (child processes killed, recognition
-    // abandoned, requests aborted) instead of waiting for it, so the process ends within a second.
+    // Quitting saves the draft first and waits for the progress file to be written, then stops every background
+    // check (child processes killed, recognition abandoned, requests aborted) instead of waiting for it, so the
+    // process ends within a second.
     connect(&app, &QCoreApplication::aboutToQuit, this, [this] {
         m_store->persistDraft();
         m_store->shutDown(600);
@@ -570,7 +571,10 @@ AerowenApp::AerowenApp(QApplication& app)
             updater->shutDown(300);
     });
     // A session manager asks for the learner's data before it ends the session.
-    connect(&app, &QGuiApplication::commitDataRequest, this, [this] { m_store->persistDraft(); });
+    connect(&app, &QGuiApplication::commitDataRequest, this, [this] {
+        m_store->persistDraft();
+        m_store->flush();
+    });
     m_root->show();
 }
 

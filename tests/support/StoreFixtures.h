@@ -5,6 +5,7 @@
 #include "Fixtures.h"
 #include "store/Store.h"
 
+#include <QPointer>
 #include <QTemporaryDir>
 #include <functional>
 #include <memory>
@@ -52,17 +53,28 @@ public:
     // Another store over the current storage folder, as after a restart.
     std::unique_ptr<Store> reopen()
     {
+        if (m_latest)
+            m_latest->flush(); // what the store before wrote is there to be read
         auto store = std::make_unique<Store>(packPath, m_storage->path());
         store->setClock([this] { return now; });
+        m_latest = store.get();
         return store;
     }
-    Saved onDisk() const { return Saved::fromBytes(Fixtures::readFile(progressPath())); }
+    // The progress file once the latest store's writer has finished.
+    QByteArray fileBytes() const
+    {
+        if (m_latest)
+            m_latest->flush();
+        return Fixtures::readFile(progressPath());
+    }
+    Saved onDisk() const { return Saved::fromBytes(fileBytes()); }
     QString progressPath() const { return m_storage->filePath(QStringLiteral("progress.json")); }
     const Pool& tech() const { return pack.pools.at(0); }
 
 private:
     QTemporaryDir m_dir; // first: the pack path below lies inside it
     std::unique_ptr<QTemporaryDir> m_storage;
+    QPointer<Store> m_latest;
 
 public:
     Pack pack = Fixtures::threeLevelPack();
