@@ -5,6 +5,7 @@
 // Browse section on the Extra pool, one key at a time, and times each key press from the changed text to the
 // repainted list (and the search alone). Then times the Progress section's appearance (built, laid out and painted)
 // and, separately, the charts of its pools built and painted on their own: the time the charts add.
+#include "History.h"
 #include "model/Dates.h"
 #include "store/Browse.h"
 #include "store/Results.h"
@@ -48,23 +49,6 @@ double msSince(const QElapsedTimer& timer)
     return double(timer.nsecsElapsed()) / 1e6;
 }
 
-// A finished exam of the pool by the learner, every fifth answer wrong.
-Result exam(const Pool& pool, const Profile& learner, int n)
-{
-    Session s;
-    s.id = QUuid::createUuid();
-    s.profile = learner.id;
-    s.name = learner.name;
-    s.pool = pool;
-    s.mode = Modes::exam;
-    s.questions = examQuestions(pool, QString::number(n));
-    for (qsizetype i = 0; i < s.questions.size(); ++i)
-        s.answers.insert(s.questions.at(i).id, (s.questions.at(i).correct + ((i + n) % 5 == 0 ? 1 : 0)) % 4);
-    s.started = Dates::now() - 3600.0 * (resultCount - n);
-    s.elapsed = 1500 + n;
-    return Result{QUuid::createUuid(), s, s.started + s.elapsed, s.elapsed};
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -83,23 +67,11 @@ int main(int argc, char** argv)
         qFatal("cannot read %s", qPrintable(packPath));
     const Pack pack = Pack::fromBytes(packFile.readAll());
     QTemporaryDir folder;
-    Saved saved = Saved::initial();
-    const Profile learner{QUuid::createUuid(), QStringLiteral("Bench"), std::nullopt};
-    saved.profiles.append(learner);
-    saved.selected = learner.id;
-    for (int n = 0; n < resultCount; ++n) {
-        const Result r = exam(pack.pools.at(n % pack.pools.size()), learner, n);
-        for (const Question& q : r.session.questions) {
-            const QString key = statKey(learner.id, r.session.pool.id, q.id);
-            Stat& s = saved.stats[key];
-            ++s.attempts;
-            s.lastCorrect = r.session.answers.value(q.id) == q.correct;
-            s.correct += s.lastCorrect ? 1 : 0;
-            if (n % 7 == 0)
-                saved.bookmarks.insert(key);
-        }
-        saved.results.append(r);
-    }
+    Saved saved = BenchHistory::finishedExams(pack, resultCount);
+    const Profile learner = saved.profiles.last();
+    for (qsizetype n = 0; n < saved.results.size(); n += 7) // a bookmark for every question of every seventh exam
+        for (const Question& q : saved.results.at(n).session.questions)
+            saved.bookmarks.insert(statKey(learner.id, saved.results.at(n).session.pool.id, q.id));
     writeFileAtomically(folder.filePath(QStringLiteral("progress.json")), saved.toBytes());
     Store store(packPath, folder.path());
     if (!store.message().isEmpty())

@@ -8,6 +8,7 @@
 // window on the question screen (offscreen unless QT_QPA_PLATFORM says otherwise) and presses A–D in turn, a moment
 // apart as a learner would, timing each press until the chosen answer's row has repainted; then the same on a Guest's
 // exam, which saves nothing, for the window's own share on this machine.
+#include "History.h"
 #include "model/Dates.h"
 #include "store/Seeded.h"
 #include "store/Store.h"
@@ -48,28 +49,6 @@ QByteArray readAll(const QString& path)
     if (!file.open(QIODevice::ReadOnly))
         qFatal("cannot read %s", qPrintable(path));
     return file.readAll();
-}
-
-// A finished, fully answered exam of the pool by the learner.
-Result exam(const Pool& pool, const Profile& learner, int n)
-{
-    Session s;
-    s.id = QUuid::createUuid();
-    s.profile = learner.id;
-    s.name = learner.name;
-    s.pool = pool;
-    s.mode = QStringLiteral("Exam");
-    s.questions = examQuestions(pool, QString::number(n));
-    for (qsizetype i = 0; i < s.questions.size(); ++i)
-        s.answers.insert(s.questions.at(i).id, (s.questions.at(i).correct + (i % 5 == 0 ? 1 : 0)) % 4);
-    s.started = Dates::now() - 3600.0 * (resultCount - n);
-    s.elapsed = 1500 + n;
-    Result r;
-    r.id = QUuid::createUuid();
-    r.session = s;
-    r.finished = s.started + s.elapsed;
-    r.seconds = s.elapsed;
-    return r;
 }
 
 // Notes when a watched widget is painted.
@@ -144,20 +123,8 @@ int main(int argc, char** argv)
     QTemporaryDir folder;
     const QString progressPath = folder.filePath(QStringLiteral("progress.json"));
 
-    Saved saved = Saved::initial();
-    const Profile learner{QUuid::createUuid(), QStringLiteral("Bench"), std::nullopt};
-    saved.profiles.append(learner);
-    saved.selected = learner.id;
-    for (int n = 0; n < resultCount; ++n) {
-        const Result r = exam(pack.pools.at(n % pack.pools.size()), learner, n);
-        for (const Question& q : r.session.questions) {
-            Stat& s = saved.stats[statKey(learner.id, r.session.pool.id, q.id)];
-            ++s.attempts;
-            s.lastCorrect = r.session.answers.value(q.id) == q.correct;
-            s.correct += s.lastCorrect ? 1 : 0;
-        }
-        saved.results.append(r);
-    }
+    const Saved saved = BenchHistory::finishedExams(pack, resultCount);
+    const Profile learner = saved.profiles.last();
     writeFileAtomically(progressPath, saved.toBytes());
     std::printf("progress file: %d results, %.1f MB\n", resultCount, double(QFileInfo(progressPath).size()) / 1e6);
 
