@@ -49,6 +49,7 @@ for n, (right, days) in enumerate([(19, 35), (22, 31), (21, 27), (24, 23), (25, 
     finish(exam, "Exam", right, days, 1500 + 60 * n, n)
 finish(pool["questions"][:40], "Study All", 34, 20, 1900, 20)
 finish([q for q in pool["questions"] if q["group"].startswith("T5")][:30], "Weak Topics", 21, 6, 1400, 21)
+results.sort(key=lambda r: r["finished"])  # stored in the order they were finished, as the application does
 saved = {"profiles": [{"id": guest, "name": "Guest"}, {"id": ada, "name": "Ada"}], "selected": ada,
          "stats": stats, "bookmarks": [f"{ada}|{pool['id']}|T6C02", f"{ada}|{pool['id']}|T5A07"],
          "drafts": [], "results": results}
