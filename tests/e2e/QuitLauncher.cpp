@@ -28,7 +28,7 @@ int main(int argc, char** argv)
     const QString name = app.arguments().value(2);
     store.addProfile(name);
     // Finished exams make each save long enough for a quit to meet one under way.
-    for (int n = 0; n < 40; ++n) {
+    for (int n = 0; n < 12; ++n) {
         store.begin(store.studyPools().first(), QStringLiteral("Exam"), name, false, QString());
         store.finish();
     }
