@@ -56,6 +56,8 @@ int main(int argc, char* argv[])
         return 1;
     }
 
+    // The pack decodes on another core while the window system starts.
+    Store::prefetchBuiltInPack();
     QApplication app(argc, argv);
     describe(app);
     QGuiApplication::setDesktopFileName(applicationId);

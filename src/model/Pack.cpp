@@ -9,8 +9,6 @@
 #include <QSet>
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 
 namespace {
 
@@ -23,18 +21,23 @@ bool isStrictBase64(const QString& text)
     if (text.size() % 4 != 0)
         return false;
     const qsizetype padding = text.endsWith(QLatin1StringView("==")) ? 2 : text.endsWith(QLatin1Char('=')) ? 1 : 0;
-    // Figures run to megabytes: one table look-up per character.
-    static const auto alphabet = [] {
-        std::array<bool, 128> table{};
-        for (char c : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/"))
-            table[uchar(c)] = true;
-        return table;
-    }();
+    // Figures run to megabytes and are checked at every start: branch-free tests in blocks of 16 characters, which
+    // the compiler turns into vector instructions.
+    const auto bad = [](char16_t c) -> unsigned {
+        const auto letter = char16_t(c | 0x20); // 'A'-'Z' onto 'a'-'z', and nothing else into that range
+        return (char16_t(letter - u'a') >= 26) & (char16_t(c - u'0') >= 10) & (c != u'+') & (c != u'/');
+    };
     const char16_t* chars = QStringView(text).utf16();
-    bool ok = true;
-    for (qsizetype i = 0, end = text.size() - padding; i < end; ++i)
-        ok &= chars[i] < 128 && alphabet[chars[i]];
-    return ok;
+    const qsizetype end = text.size() - padding;
+    unsigned found = 0;
+    qsizetype i = 0;
+    for (; i + 16 <= end; i += 16) {
+        for (int j = 0; j < 16; ++j)
+            found |= bad(chars[i + j]);
+    }
+    for (; i < end; ++i)
+        found |= bad(chars[i]);
+    return found == 0;
 }
 
 QString levelLetter(const QString& level)

@@ -11,6 +11,7 @@
 #include <QStandardPaths>
 
 #include <algorithm>
+#include <future>
 #include <time.h>
 
 namespace {
@@ -27,6 +28,33 @@ QByteArray readFile(const QString& path)
     if (!file.open(QIODevice::ReadOnly))
         throw FileError(file.errorString());
     return file.readAll();
+}
+
+const QString builtInPackPath = QStringLiteral(":/pools.json");
+
+// A decoded pack, with the reason it failed validation if it did: a pack that cannot be decoded stops the store,
+// one that decodes but is invalid leaves it running with a message.
+struct LoadedPack
+{
+    Pack pack;
+    std::exception_ptr invalid;
+};
+
+LoadedPack loadPack(const QString& path)
+{
+    LoadedPack loaded{Pack::fromBytes(readFile(path)), nullptr};
+    try {
+        loaded.pack.validate();
+    } catch (const Failure&) {
+        loaded.invalid = std::current_exception();
+    }
+    return loaded;
+}
+
+std::future<LoadedPack>& prefetchedBuiltInPack()
+{
+    static std::future<LoadedPack> pending;
+    return pending;
 }
 
 int levelRank(const QString& level)
@@ -203,6 +231,11 @@ QList<Pool> displayOrder(const QList<Pool>& pools)
     return sorted;
 }
 
+void Store::prefetchBuiltInPack()
+{
+    prefetchedBuiltInPack() = std::async(std::launch::async, loadPack, builtInPackPath);
+}
+
 Store::MonotonicClock Store::bootClock()
 {
     // CLOCK_MONOTONIC stops while the computer is suspended; time asleep with a session open must count.
@@ -238,16 +271,20 @@ Store::Store(std::optional<QString> dataPath, std::optional<QString> storagePath
         m_diagramReview.reset();
     }
 
-    const QString packPath = dataPath ? *dataPath : QStringLiteral(":/pools.json");
+    const QString packPath = dataPath ? *dataPath : builtInPackPath;
+    LoadedPack loaded;
     try {
-        m_pack = Pack::fromBytes(readFile(packPath));
+        std::future<LoadedPack>& prefetched = prefetchedBuiltInPack();
+        loaded = !dataPath && prefetched.valid() ? prefetched.get() : loadPack(packPath);
     } catch (const Failure& failure) {
         throw BuiltInPackError(QStringLiteral("The built-in question pools (%1) could not be loaded: %2")
                                    .arg(packPath, failure.description()));
     }
+    m_pack = std::move(loaded.pack);
 
     try {
-        m_pack.validate();
+        if (loaded.invalid)
+            std::rethrow_exception(loaded.invalid);
         if (!QDir().mkpath(m_folder))
             throw FileError(QStringLiteral("The folder “%1” could not be created.").arg(m_folder));
         loadProgress();

@@ -43,6 +43,10 @@ public:
 
     static MonotonicClock bootClock();
 
+    // Starts reading and decoding the built-in pack on another thread, so that it is ready while the window system
+    // starts up; the next store made without a pack of its own takes it. Call it once, before that store is made.
+    static void prefetchBuiltInPack();
+
     // Seams: the product installs the real ones by default; tests replace them.
     void setClock(MonotonicClock clock) { m_clock = std::move(clock); }
     void setWallClock(WallClock clock) { m_wallClock = std::move(clock); }

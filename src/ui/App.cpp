@@ -43,6 +43,7 @@
 #include <QVBoxLayout>
 #include <atomic>
 #include <csignal>
+#include <functional>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -71,21 +72,25 @@ const QList<Section>& sectionTable()
     return table;
 }
 
-// Wraps a section so that it scrolls vertically and its content is at most 1000 wide, centred.
-QWidget* scrolling(QWidget* content, QWidget* parent)
+// A section's frame: it scrolls vertically and holds its content at most 1000 wide, centred. The frame is put in
+// place first and the content made inside it, so that every widget is styled once, where it will stay; building
+// the content elsewhere and moving it in would run the style sheet over the whole tree again at each move.
+QScrollArea* scrolling(QStackedWidget* stack, const std::function<QWidget*(QWidget*)>& makeContent)
 {
-    auto* area = new QScrollArea(parent);
+    auto* area = new QScrollArea(stack);
     area->setWidgetResizable(true);
     area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     area->setFrameShape(QFrame::NoFrame);
-    auto* holder = new QWidget(area);
+    stack->addWidget(area);
+    auto* holder = new QWidget;
+    area->setWidget(holder);
     auto* row = new QHBoxLayout(holder);
     row->setContentsMargins(24, 20, 24, 24);
+    QWidget* content = makeContent(holder);
     content->setMaximumWidth(1000);
     row->addStretch(0);
     row->addWidget(content, 1);
     row->addStretch(0);
-    area->setWidget(holder);
     return area;
 }
 
@@ -158,8 +163,9 @@ RootView::RootView(Store& store, QWidget* parent) : QMainWindow(parent), m_store
     auto* layout = new QVBoxLayout(central);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    layout->addWidget(buildHeader());
-    layout->addWidget(buildBanner());
+    // Every part is made inside the widget it stays in: moving a styled tree to a new parent styles it again.
+    layout->addWidget(buildHeader(central));
+    layout->addWidget(buildBanner(central));
     auto* divider = new QFrame(central);
     divider->setObjectName(QStringLiteral("divider"));
     divider->setFrameShape(QFrame::HLine);
@@ -168,7 +174,7 @@ RootView::RootView(Store& store, QWidget* parent) : QMainWindow(parent), m_store
 
     m_body = new QStackedWidget(central);
     m_body->setObjectName(QStringLiteral("body"));
-    m_body->addWidget(buildSections());
+    m_body->addWidget(buildSections(m_body));
     layout->addWidget(m_body, 1);
     setCentralWidget(central);
 
@@ -204,9 +210,9 @@ RootView::RootView(Store& store, QWidget* parent) : QMainWindow(parent), m_store
     QTimer::singleShot(0, this, &RootView::showMessage);
 }
 
-QWidget* RootView::buildHeader()
+QWidget* RootView::buildHeader(QWidget* parent)
 {
-    auto* header = new QWidget(this);
+    auto* header = new QWidget(parent);
     header->setObjectName(QStringLiteral("header"));
     auto* row = new QHBoxLayout(header);
     row->setContentsMargins(22, 22, 22, 22);
@@ -239,9 +245,9 @@ QWidget* RootView::buildHeader()
     return header;
 }
 
-QWidget* RootView::buildBanner()
+QWidget* RootView::buildBanner(QWidget* parent)
 {
-    m_banner = new QFrame(this);
+    m_banner = new QFrame(parent);
     m_banner->setObjectName(QStringLiteral("releaseBanner"));
     m_banner->setStyleSheet(QStringLiteral("QFrame#releaseBanner { background: rgba(15, 139, 141, 0.10); }"));
     auto* row = new QHBoxLayout(m_banner);
@@ -262,9 +268,9 @@ QWidget* RootView::buildBanner()
     return m_banner;
 }
 
-QWidget* RootView::buildSections()
+QWidget* RootView::buildSections(QWidget* parent)
 {
-    m_sectionsPage = new QWidget(this);
+    m_sectionsPage = new QWidget(parent);
     m_sectionsPage->setObjectName(QStringLiteral("sectionsPage"));
     auto* row = new QHBoxLayout(m_sectionsPage);
     row->setContentsMargins(0, 0, 0, 0);
@@ -390,12 +396,13 @@ void RootView::setTab(const QString& tab)
     const QString page = sections().contains(tab) ? tab : QStringLiteral("Learn");
     QWidget* area = m_sectionPages.value(page);
     if (!area) {
-        QWidget* content = makeSection(page, m_store, nullptr);
-        content->setObjectName(QStringLiteral("sectionContent"));
-        area = scrolling(content, m_sectionStack);
+        area = scrolling(m_sectionStack, [&](QWidget* holder) {
+            QWidget* content = makeSection(page, m_store, holder);
+            content->setObjectName(QStringLiteral("sectionContent"));
+            return content;
+        });
         area->setObjectName(QStringLiteral("sectionArea-") + QString(page).remove(QLatin1Char(' ')));
         m_sectionPages.insert(page, area);
-        m_sectionStack->addWidget(area);
     }
     m_sectionStack->setCurrentWidget(area);
     for (QAbstractButton* button : m_sidebar->buttons())

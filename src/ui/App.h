@@ -52,9 +52,9 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    QWidget* buildHeader();
-    QWidget* buildBanner();
-    QWidget* buildSections();
+    QWidget* buildHeader(QWidget* parent);
+    QWidget* buildBanner(QWidget* parent);
+    QWidget* buildSections(QWidget* parent);
     void buildMenus();
     void refreshProfiles();
     void refreshBanner();

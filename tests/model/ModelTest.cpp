@@ -23,7 +23,8 @@ Pack validPack()
     tech.questions[0].figure = u"T1.png"_s;
     tech.questions[0].prompt = u" "_s;
     tech.questions[1].answers[2] = u"\t"_s;
-    pack.assets.insert(u"T1.png"_s, u"iVBORw0K+/o="_s);
+    // Every character class of the alphabet, past the 16-character blocks the check works in.
+    pack.assets.insert(u"T1.png"_s, u"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/iVBORw0K+/o="_s);
     return pack;
 }
 
@@ -224,6 +225,16 @@ private slots:
         QTest::newRow("asset key with slash") << Mutation([](Pack& p) { p.assets.insert(u"figs/T1.png"_s, u"AAAA"_s); });
         for (const char* data : {"AAAAA", "AA\nA", "AAA=A===", "*AAA"}) // length, line break, padding, first character
             QTest::addRow("asset '%s'", data) << Mutation([=](Pack& p) { p.assets.insert("x.png", data); });
+        // A character just outside each range, in a 16-character block or in the rest after the blocks.
+        for (const char16_t stray : {u'@', u'[', u'`', u'{', u'.', u':', u'\u0141', u'\uff21'}) {
+            for (const int at : {5, 66}) {
+                QTest::addRow("asset with U+%04x at %d", unsigned(stray), at) << Mutation([=](Pack& p) {
+                    QString data = p.assets.value(u"T1.png"_s);
+                    data[at] = QChar(stray);
+                    p.assets.insert(u"T1.png"_s, data);
+                });
+            }
+        }
         // clang-format on
     }
     void validateAppliesEveryRule()
