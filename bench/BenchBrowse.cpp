@@ -30,19 +30,9 @@
 
 namespace {
 
-constexpr int resultCount = 300;
-
-struct Figures
-{
-    double median = 0;
-    double worst = 0;
-};
-
-Figures figures(QList<double> ms)
-{
-    std::sort(ms.begin(), ms.end());
-    return Figures{ms.at(ms.size() / 2), ms.last()};
-}
+using BenchHistory::Figures;
+using BenchHistory::figures;
+using BenchHistory::resultCount;
 
 double msSince(const QElapsedTimer& timer)
 {

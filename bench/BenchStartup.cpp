@@ -19,17 +19,15 @@
 
 #include <xcb/xcb.h>
 
-#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <poll.h>
 
 namespace {
 
-double median(QList<double> values)
+double median(const QList<double>& values)
 {
-    std::sort(values.begin(), values.end());
-    return values.isEmpty() ? 0 : values.at(values.size() / 2);
+    return BenchHistory::figures(values).median;
 }
 
 // A private X server, and a connection to it that hears about every top-level window being mapped.
@@ -187,7 +185,8 @@ int main(int argc, char** argv)
     QFile packFile(packPath);
     if (!packFile.open(QIODevice::ReadOnly))
         qFatal("cannot read %s", qPrintable(packPath));
-    const QByteArray history = BenchHistory::finishedExams(Pack::fromBytes(packFile.readAll()), 300).toBytes();
+    const QByteArray history =
+        BenchHistory::finishedExams(Pack::fromBytes(packFile.readAll()), BenchHistory::resultCount).toBytes();
     Display display;
 
     std::printf("%d runs each, alternating; load average at start: %s\n", runs, loadAverage().constData());

@@ -1,14 +1,35 @@
-// A long history for the benchmarks: a progress file with many finished exams on a pack's pools, each result
-// keeping its full pool copy as the application writes it.
+// A long history for the benchmarks, and how their timings are summed up: a progress file with many finished exams on a
+// pack's pools, each result keeping its full pool copy as the application writes it.
 #pragma once
 
 #include "model/Dates.h"
 #include "model/Learner.h"
 #include "store/Seeded.h"
 
+#include <QList>
 #include <QUuid>
 
+#include <algorithm>
+
 namespace BenchHistory {
+
+// The history the goals are set for: 300 finished exams.
+constexpr int resultCount = 300;
+
+// A series of timings in milliseconds, summed up.
+struct Figures
+{
+    double median = 0;
+    double worst = 0;
+};
+
+inline Figures figures(QList<double> ms)
+{
+    if (ms.isEmpty())
+        return {};
+    std::sort(ms.begin(), ms.end());
+    return Figures{ms.at(ms.size() / 2), ms.last()};
+}
 
 // One learner with `count` finished, fully answered exams (every fifth answer wrong), an hour apart, ending now.
 inline Saved finishedExams(const Pack& pack, int count)
