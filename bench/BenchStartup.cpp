@@ -1,6 +1,6 @@
 // Benchmark: how long the application takes to show its window, against a bare Qt Widgets window of the same size.
 //
-// Usage: bench-startup [runs] [pack.json]
+// Usage: bench-startup [runs] [pack.json] [program...]
 // Starts a private Xvfb display and launches, alternately, the empty window and the application (each with a fresh
 // temporary home, the network closed) until the X server reports its window mapped, first with no history, then
 // with a progress file of 300 finished exams. Prints the medians, their ratio, and the application's resident
@@ -19,6 +19,7 @@
 
 #include <xcb/xcb.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <poll.h>
@@ -181,6 +182,9 @@ int main(int argc, char** argv)
     const QStringList args = app.arguments();
     const int runs = args.size() > 1 ? args.at(1).toInt() : 15;
     const QString packPath = args.size() > 2 ? args.at(2) : QStringLiteral(KESTOVAN_SOURCE_DIR "/resources/pools.json");
+    // Further arguments are builds of the application to compare (an earlier one and this one, say), each launched
+    // in turn in every round.
+    const QStringList programs = args.size() > 3 ? args.mid(3) : QStringList{QStringLiteral(APPLICATION)};
 
     QFile packFile(packPath);
     if (!packFile.open(QIODevice::ReadOnly))
@@ -190,31 +194,38 @@ int main(int argc, char** argv)
     Display display;
 
     std::printf("%d runs each, alternating; load average at start: %s\n", runs, loadAverage().constData());
+    const auto print = [](const char* name, const QList<double>& ms) {
+        std::printf("  %-18s median %7.1f ms  (min %.1f, max %.1f)\n", name, median(ms),
+                    *std::min_element(ms.cbegin(), ms.cend()), *std::max_element(ms.cbegin(), ms.cend()));
+    };
     for (const bool longHistory : {false, true}) {
-        QList<double> empty, application, resident, peak;
+        QList<double> empty;
+        QList<QList<double>> application(programs.size()), resident(programs.size()), peak(programs.size());
         for (int run = 0; run < runs; ++run) {
             empty.append(launch(display, QStringLiteral(EMPTY_WINDOW), {}, false).ms);
-            const Launch a = launch(display, QStringLiteral(APPLICATION), longHistory ? history : QByteArray(),
-                                    longHistory && run < 3);
-            application.append(a.ms);
-            if (a.residentKb > 0) {
-                resident.append(double(a.residentKb) / 1024);
-                peak.append(double(a.peakKb) / 1024);
+            for (qsizetype p = 0; p < programs.size(); ++p) {
+                const Launch a =
+                    launch(display, programs.at(p), longHistory ? history : QByteArray(), longHistory && run < 3);
+                application[p].append(a.ms);
+                if (a.residentKb > 0) {
+                    resident[p].append(double(a.residentKb) / 1024);
+                    peak[p].append(double(a.peakKb) / 1024);
+                }
             }
         }
-        const double e = median(empty), a = median(application);
         std::printf("%s\n", longHistory ? "300 finished exams" : "no history");
         if (longHistory)
             std::printf("  progress file:     %.1f MB\n", double(history.size()) / 1e6);
-        std::printf("  empty window:      median %7.1f ms  (min %.1f, max %.1f)\n", e,
-                    *std::min_element(empty.cbegin(), empty.cend()), *std::max_element(empty.cbegin(), empty.cend()));
-        std::printf("  application:       median %7.1f ms  (min %.1f, max %.1f)\n", a,
-                    *std::min_element(application.cbegin(), application.cend()),
-                    *std::max_element(application.cbegin(), application.cend()));
-        std::printf("  ratio (median):    %.2f\n", a / e);
-        if (!resident.isEmpty())
-            std::printf("  resident memory:   %.0f MB (peak %.0f MB), median of %lld\n", median(resident), median(peak),
-                        qsizetype(resident.size()));
+        print("empty window:", empty);
+        for (qsizetype p = 0; p < programs.size(); ++p) {
+            if (programs.size() > 1)
+                std::printf(" %s\n", qPrintable(programs.at(p)));
+            print("application:", application.at(p));
+            std::printf("  ratio (median):    %.2f\n", median(application.at(p)) / median(empty));
+            if (!resident.at(p).isEmpty())
+                std::printf("  resident memory:   %.0f MB (peak %.0f MB), median of %lld\n", median(resident.at(p)),
+                            median(peak.at(p)), qsizetype(resident.at(p).size()));
+        }
     }
     std::printf("load average at end: %s\n", loadAverage().constData());
     return 0;
