@@ -1,17 +1,18 @@
 // On-device text recognition of figure captions with Tesseract.
+//
+// The Tesseract library is loaded on first use rather than linked: with its own dependencies (Leptonica, the image
+// codecs, curl and archive support) it nearly doubles the symbols the loader must bind at every start, while only a
+// pool update ever reads an image.
 #include "TextRecognition.h"
 
 #include "OfficialUpdates.h"
 #include "model/Cancellation.h"
 
 #include <QImage>
+#include <QLibrary>
 
-#include <tesseract/baseapi.h>
-#include <tesseract/ocrclass.h>
-#include <tesseract/resultiterator.h>
-
-#include <string>
-#include <vector>
+#include <tesseract/capi.h>
+#include <tesseract/version.h>
 
 namespace OfficialUpdates {
 
@@ -41,7 +42,7 @@ QImage paper(const QByteArray& image)
     return pixels.convertToFormat(QImage::Format_Grayscale8);
 }
 
-tesseract::PageSegMode segmentation(TextRecognizer::Layout layout)
+TessPageSegMode segmentation(TextRecognizer::Layout layout)
 {
     switch (layout) {
     case TextRecognizer::Layout::automatic:
@@ -54,22 +55,89 @@ tesseract::PageSegMode segmentation(TextRecognizer::Layout layout)
     return tesseract::PSM_SINGLE_BLOCK;
 }
 
+// The entry points of the library's C interface, resolved once per process; all null when the library (of the major
+// version built against) is not installed.
+struct Tesseract
+{
+#define AEROWEN_TESSERACT_ENTRY(name) decltype(&::name) name = nullptr;
+#define AEROWEN_TESSERACT_ENTRIES(X)                                                                                   \
+    X(TessBaseAPICreate)                                                                                               \
+    X(TessBaseAPIDelete)                                                                                               \
+    X(TessBaseAPIInit4)                                                                                                \
+    X(TessBaseAPISetVariable)                                                                                          \
+    X(TessBaseAPISetPageSegMode)                                                                                       \
+    X(TessBaseAPISetImage)                                                                                             \
+    X(TessBaseAPIRecognize)                                                                                            \
+    X(TessBaseAPIGetIterator)                                                                                          \
+    X(TessBaseAPIClear)                                                                                                \
+    X(TessBaseAPIEnd)                                                                                                  \
+    X(TessResultIteratorGetUTF8Text)                                                                                   \
+    X(TessResultIteratorNext)                                                                                          \
+    X(TessResultIteratorDelete)                                                                                        \
+    X(TessDeleteText)                                                                                                  \
+    X(TessMonitorCreate)                                                                                               \
+    X(TessMonitorDelete)                                                                                               \
+    X(TessMonitorSetCancelFunc)
+    AEROWEN_TESSERACT_ENTRIES(AEROWEN_TESSERACT_ENTRY)
+#undef AEROWEN_TESSERACT_ENTRY
+
+    bool available() const { return TessMonitorSetCancelFunc != nullptr; }
+
+    static const Tesseract& instance()
+    {
+        static const Tesseract loaded = load();
+        return loaded;
+    }
+
+private:
+    static Tesseract load()
+    {
+        // The library stays loaded for the life of the process, as a linked one would.
+        QLibrary library(QStringLiteral("tesseract"), TESSERACT_MAJOR_VERSION);
+        Tesseract entries;
+        if (!library.load())
+            return entries;
+        bool complete = true;
+#define AEROWEN_TESSERACT_RESOLVE(name)                                                                                \
+    entries.name = reinterpret_cast<decltype(entries.name)>(library.resolve(#name));                                   \
+    complete = complete && entries.name;
+        AEROWEN_TESSERACT_ENTRIES(AEROWEN_TESSERACT_RESOLVE)
+#undef AEROWEN_TESSERACT_RESOLVE
+#undef AEROWEN_TESSERACT_ENTRIES
+        return complete ? entries : Tesseract();
+    }
+};
+
 } // namespace
 
 struct TextRecognizer::Engine
 {
-    tesseract::TessBaseAPI api;
+    const Tesseract& tess = Tesseract::instance();
+    TessBaseAPI* api = nullptr;
     bool ready = false;
     bool failed = false;
+
+    Engine()
+    {
+        if (tess.available())
+            api = tess.TessBaseAPICreate();
+        failed = !api;
+    }
+    ~Engine()
+    {
+        if (!api)
+            return;
+        if (ready)
+            tess.TessBaseAPIEnd(api);
+        tess.TessBaseAPIDelete(api);
+    }
+    Engine(const Engine&) = delete;
+    Engine& operator=(const Engine&) = delete;
 };
 
 TextRecognizer::TextRecognizer() = default;
 
-TextRecognizer::~TextRecognizer()
-{
-    if (m_engine && m_engine->ready)
-        m_engine->api.End();
-}
+TextRecognizer::~TextRecognizer() = default;
 
 QString TextRecognizer::text(const QByteArray& image, Layout layout)
 {
@@ -80,39 +148,46 @@ QString TextRecognizer::text(const QByteArray& image, Layout layout)
         m_engine = std::make_unique<Engine>();
     if (m_engine->failed)
         return {};
-    tesseract::TessBaseAPI& api = m_engine->api;
+    const Tesseract& tess = m_engine->tess;
+    TessBaseAPI* api = m_engine->api;
     if (!m_engine->ready) {
         // No dictionaries: labels such as E6-1 are not words, and language correction would only bend them.
-        const std::vector<std::string> names{"load_system_dawg", "load_freq_dawg"};
-        const std::vector<std::string> values{"0", "0"};
-        if (api.Init(nullptr, "eng", tesseract::OEM_LSTM_ONLY, nullptr, 0, &names, &values, false) != 0) {
+        char systemDawg[] = "load_system_dawg";
+        char freqDawg[] = "load_freq_dawg";
+        char off[] = "0";
+        char* names[] = {systemDawg, freqDawg};
+        char* values[] = {off, off};
+        if (tess.TessBaseAPIInit4(api, nullptr, "eng", tesseract::OEM_LSTM_ONLY, nullptr, 0, names, values, 2, false) != 0) {
             m_engine->failed = true;
             return {};
         }
         m_engine->ready = true;
         // Tesseract's own notes ("Empty page!!") would only clutter the learner's terminal.
-        api.SetVariable("debug_file", "/dev/null");
+        tess.TessBaseAPISetVariable(api, "debug_file", "/dev/null");
     }
-    api.SetPageSegMode(segmentation(layout));
-    api.SetImage(pixels.constBits(), pixels.width(), pixels.height(), 1, int(pixels.bytesPerLine()));
+    tess.TessBaseAPISetPageSegMode(api, segmentation(layout));
+    tess.TessBaseAPISetImage(api, pixels.constBits(), pixels.width(), pixels.height(), 1, int(pixels.bytesPerLine()));
     // No resolution is declared: official images carry none, and a guessed one makes the layout analysis drop
     // captions as noise or as specks. Tesseract estimates it from the size of the text it finds.
     // Recognition of a large image takes a while; a quitting application abandons it.
-    tesseract::ETEXT_DESC monitor;
-    monitor.cancel = [](void*, int) { return cancellationRequested(); };
+    const std::unique_ptr<ETEXT_DESC, decltype(tess.TessMonitorDelete)> monitor(tess.TessMonitorCreate(),
+                                                                               tess.TessMonitorDelete);
+    tess.TessMonitorSetCancelFunc(monitor.get(), [](void*, int) { return cancellationRequested(); });
     QStringList lines;
-    if (api.Recognize(&monitor) == 0 && !cancellationRequested()) {
-        std::unique_ptr<tesseract::ResultIterator> it(api.GetIterator());
+    if (tess.TessBaseAPIRecognize(api, monitor.get()) == 0 && !cancellationRequested()) {
+        const std::unique_ptr<TessResultIterator, decltype(tess.TessResultIteratorDelete)> it(
+            tess.TessBaseAPIGetIterator(api), tess.TessResultIteratorDelete);
         if (it) {
             do {
-                std::unique_ptr<char[]> line(it->GetUTF8Text(tesseract::RIL_TEXTLINE));
-                const QString read = line ? QString::fromUtf8(line.get()).trimmed() : QString();
+                char* line = tess.TessResultIteratorGetUTF8Text(it.get(), tesseract::RIL_TEXTLINE);
+                const QString read = line ? QString::fromUtf8(line).trimmed() : QString();
+                tess.TessDeleteText(line);
                 if (!read.isEmpty())
                     lines.append(read);
-            } while (it->Next(tesseract::RIL_TEXTLINE));
+            } while (tess.TessResultIteratorNext(it.get(), tesseract::RIL_TEXTLINE));
         }
     }
-    api.Clear();
+    tess.TessBaseAPIClear(api);
     if (cancellationRequested())
         throw Cancelled();
     return lines.join(QLatin1Char('\n')).normalized(QString::NormalizationForm_KC);
