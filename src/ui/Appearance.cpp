@@ -9,6 +9,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusReply>
 #include <QDBusVariant>
+#include <QFileInfo>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -88,6 +89,16 @@ Appearance::Appearance(QApplication& app, const QDBusConnection& bus, QObject* p
             m_mode = mode;
     connect(&m_desktop, &DesktopColorScheme::changed, this, &Appearance::applyScheme);
     applyScheme();
+}
+
+QDBusConnection Appearance::desktopBus()
+{
+    // A session bus is announced in the environment, or, under systemd, found at its well-known place.
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS") &&
+        (runtime.isEmpty() || !QFileInfo(runtime + u"/bus"_s).exists()))
+        return QDBusConnection(u"no session bus"_s);
+    return QDBusConnection::sessionBus();
 }
 
 void Appearance::setMode(Mode mode)

@@ -41,8 +41,12 @@ public:
     enum class Mode { system, light, dark };
 
     // Applies the scheme of the mode kept in the settings (System when none is kept).
-    explicit Appearance(QApplication& app, const QDBusConnection& bus = QDBusConnection::sessionBus(),
-                        QObject* parent = nullptr);
+    explicit Appearance(QApplication& app, const QDBusConnection& bus = desktopBus(), QObject* parent = nullptr);
+
+    // The session bus when the desktop session has one; otherwise a connection that is not connected. Asking for
+    // the session bus where none is announced would make the bus library try to launch one, which forks the whole
+    // application first.
+    static QDBusConnection desktopBus();
 
     Mode mode() const { return m_mode; }
     // Keeps the mode in the settings and applies its scheme at once.

@@ -7,11 +7,14 @@
 #include "ui/CardButton.h"
 
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusVariant>
 #include <QMenu>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QScopeGuard>
+#include <QTemporaryDir>
 #include <QThread>
 #include <atomic>
 
@@ -70,7 +73,7 @@ public:
         m_daemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
         if (!m_daemon.waitForReadyRead(5000))
             return;
-        const QString address = QString::fromUtf8(m_daemon.readLine()).trimmed();
+        address = QString::fromUtf8(m_daemon.readLine()).trimmed();
         m_portalSide = std::make_unique<QDBusConnection>(QDBusConnection::connectToBus(address, u"portal"_s));
         m_appSide = std::make_unique<QDBusConnection>(QDBusConnection::connectToBus(address, u"application"_s));
         portal.moveToThread(&m_thread);
@@ -110,6 +113,7 @@ public:
     }
 
     FakePortal portal;
+    QString address;
 
 private:
     QProcess m_daemon;
@@ -244,6 +248,26 @@ private slots:
         QTest::qWait(100);
         bus.announce(group, key, 1);
         QTRY_COMPARE(shown(), dark.window);
+    }
+
+    // The desktop is asked over the session bus only where the session announces one.
+    void theSessionBusIsTheAnnouncedOne()
+    {
+        PrivateBus bus;
+        QVERIFY2(bus.up(), "dbus-daemon could not start a session bus");
+        const QByteArray address = qgetenv("DBUS_SESSION_BUS_ADDRESS"), runtime = qgetenv("XDG_RUNTIME_DIR");
+        const auto restore = qScopeGuard([&] {
+            qputenv("DBUS_SESSION_BUS_ADDRESS", address);
+            qputenv("XDG_RUNTIME_DIR", runtime);
+        });
+        QTemporaryDir emptyRuntime;
+        qputenv("XDG_RUNTIME_DIR", emptyRuntime.path().toUtf8());
+        qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+        QVERIFY(!Appearance::desktopBus().isConnected());
+        qputenv("DBUS_SESSION_BUS_ADDRESS", bus.address.toUtf8());
+        const QDBusConnection announced = Appearance::desktopBus();
+        QVERIFY(announced.isConnected());
+        QVERIFY(announced.interface()->isServiceRegistered(u"org.freedesktop.portal.Desktop"_s).value());
     }
 };
 
