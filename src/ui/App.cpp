@@ -27,6 +27,7 @@
 #include <QDialog>
 #include <QDir>
 #include <QFileDialog>
+#include <QFontMetrics>
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -565,6 +566,9 @@ AerowenApp::AerowenApp(QApplication& app)
 {
     m_appearance = std::make_unique<Appearance>(app);
     app.setQuitOnLastWindowClosed(true);
+    // The first text laid out needs the desktop's font list and the default font. Reading them now overlaps with
+    // the built-in pack, which is still decoding on another core when the store below asks for it.
+    QFontMetrics(QApplication::font()).height();
     m_store = std::make_unique<Store>();
     m_root = std::make_unique<RootView>(*m_store);
     m_root->addAppearanceMenu(*m_appearance);
