@@ -181,10 +181,10 @@ QComboBox { min-height: 22px; padding: 2px 8px; }
 QScrollArea { border: none; background: transparent; }
 QScrollArea > QWidget > QWidget { background: transparent; }
 QToolTip { color: {text}; background: {surface}; border: 1px solid {border}; }
-QLabel[role="note"], QLabel[role="caption"], *[tone="secondary"] { color: {secondaryText}; }
-*[tone="success"] { color: {successText}; }
-*[tone="accent"] { color: {accentText}; }
-*[tone="warning"] { color: {warningText}; }
+QLabel[role="note"], QLabel[role="caption"], QLabel[tone="secondary"] { color: {secondaryText}; }
+QLabel[tone="success"] { color: {successText}; }
+QLabel[tone="accent"] { color: {accentText}; }
+QLabel[tone="warning"] { color: {warningText}; }
 CardButton QLabel#text { color: {text}; }
 CardButton QLabel#letter { color: {accentText}; }
 QDialog#diagramReview { background: {window}; }
@@ -385,14 +385,14 @@ QString shownText(const QString& buttonTitle)
     return QString(buttonTitle).replace(QStringLiteral("&&"), QStringLiteral("&"));
 }
 
-void secondary(QWidget* widget)
+void secondary(QLabel* label)
 {
-    widget->setProperty("tone", u"secondary"_s);
+    label->setProperty("tone", u"secondary"_s);
 }
 
-void toned(QWidget* widget, Tone tone)
+void toned(QLabel* label, Tone tone)
 {
-    widget->setProperty("tone", tone == Tone::success   ? u"success"_s
+    label->setProperty("tone", tone == Tone::success   ? u"success"_s
                                 : tone == Tone::warning ? u"warning"_s
                                                         : u"accent"_s);
 }

@@ -79,10 +79,11 @@ QFont monospaceFont(double size);
 QString buttonText(const QString& text);
 // The title a button shows, as the learner reads it (the inverse of buttonText).
 QString shownText(const QString& buttonTitle);
-// Marks a label as secondary text (dimmed colour).
-void secondary(QWidget* widget);
+// Marks a label as secondary text (dimmed colour). Only labels take tones: a rule for every kind of widget would
+// be matched against each one the application makes.
+void secondary(QLabel* label);
 // Shows a label's text in a meaningful colour (the success or warning text colour).
-void toned(QWidget* widget, Tone tone);
+void toned(QLabel* label, Tone tone);
 // Marks a push button as the prominent (filled teal) one.
 void prominent(QWidget* widget);
 
