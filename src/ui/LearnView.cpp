@@ -160,8 +160,8 @@ LearnView::LearnView(Store& store, QWidget* parent) : QWidget(parent), m_store(s
 
     connect(&m_store, &Store::savedChanged, this, &LearnView::refresh);
     connect(&m_store, &Store::packChanged, this, &LearnView::refresh);
-    // The cards and rows are filled when the screen is shown (showEvent), not twice on the way there.
     takeProfileName();
+    refresh();
 }
 
 void LearnView::buildSetUp(QVBoxLayout* layout)
