@@ -174,7 +174,7 @@ private slots:
         assets.insert(u"Ω.png"_s, u"AAAA"_s);
         unusual.insert(u"assets"_s, assets);
         const QByteArray bytes = validPack().toBytes();
-        const QList<QByteArray> texts{
+        QList<QByteArray> texts{
             bytes,
             QByteArray(bytes).replace("\"assets\":{", "\"assets\" :\n{ "),
             QByteArray(bytes).replace("K+/o=", "K+\\/o="),
@@ -185,9 +185,23 @@ private slots:
                                                    o.insert(u"assets"_s, QJsonObject{{"a", "b"}});
                                                })),
         };
+        // A byte just outside printable ASCII in a figure's data, inside a 16-byte block or in the rest after the
+        // blocks: a control character, the last ASCII one, UTF-8 for "é", and a stray continuation byte.
+        const qsizetype figure = bytes.indexOf("\"T1.png\":\"") + 10;
+        for (const char* stray : {"\x1f", "\x7f", "\xc3\xa9", "\x80"})
+            for (const int at : {5, 66})
+                texts.append(QByteArray(bytes).replace(figure + at, 1, stray));
         QCOMPARE(Pack::fromBytes(bytes), validPack());
-        for (const QByteArray& text : texts)
-            QCOMPARE(Pack::fromBytes(text), Pack::fromJson(Json::parseObject(text)));
+        for (const QByteArray& text : texts) {
+            std::optional<Pack> plain;
+            try {
+                plain = Pack::fromJson(Json::parseObject(text));
+            } catch (const DecodeError&) {
+                QVERIFY_THROWS_EXCEPTION(DecodeError, Pack::fromBytes(text));
+                continue;
+            }
+            QCOMPARE(Pack::fromBytes(text), *plain);
+        }
     }
 
     void validateAppliesEveryRule_data()
