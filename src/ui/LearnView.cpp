@@ -20,6 +20,7 @@
 #include <QPushButton>
 #include <QShowEvent>
 #include <QVBoxLayout>
+#include <utility>
 
 namespace {
 
@@ -158,9 +159,16 @@ LearnView::LearnView(Store& store, QWidget* parent) : QWidget(parent), m_store(s
     layout->addWidget(m_sessions);
     layout->addStretch(1);
 
-    connect(&m_store, &Store::savedChanged, this, &LearnView::refresh);
-    connect(&m_store, &Store::packChanged, this, &LearnView::refresh);
+    // A change while the screen is out of sight leaves it to be filled again when it is shown.
+    const auto changed = [this] {
+        m_filledForShow = false;
+        refresh();
+    };
+    connect(&m_store, &Store::savedChanged, this, changed);
+    connect(&m_store, &Store::packChanged, this, changed);
+    // The screen is made when it is about to be shown: it is filled once, here, as it will be seen.
     takeProfileName();
+    m_filledForShow = true;
     refresh();
 }
 
@@ -328,6 +336,8 @@ std::optional<Pool> LearnView::pool() const
 void LearnView::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
+    if (std::exchange(m_filledForShow, false))
+        return;
     // Coming back to the screen starts again from the current learner's name and the first set-up: the default
     // pool, Study All, shuffled, no club code. A window restored from the task bar keeps what it showed.
     if (!event->spontaneous()) {
@@ -405,9 +415,9 @@ void LearnView::refreshCards()
         valid->setFont(Theme::captionFont(valid, -2));
         Theme::secondary(valid);
         QList<QLabel*> labels{name, count, exam, valid};
-        // The due count reads every statistic of the pool: worked out only for the screen in sight, not for each
-        // answer saved while a session hides it.
-        if (QLabel* due = isVisible() ? ReviewLabels::dueCount(m_store, p, card) : nullptr) {
+        // The due count reads every statistic of the pool: worked out only for the screen in sight (or just being
+        // made to be shown), not for each answer saved while a session hides it.
+        if (QLabel* due = isVisible() || m_filledForShow ? ReviewLabels::dueCount(m_store, p, card) : nullptr) {
             card->setAccessibleDescription(card->accessibleDescription() + QStringLiteral(", ") + due->text());
             labels.append(due);
         }

@@ -66,6 +66,8 @@ private:
     bool m_shuffle = true;
     std::optional<Session> m_deletingSession;
     bool m_showCompleted = false;
+    // Filled by the constructor for the showing that follows it, and not changed since.
+    bool m_filledForShow = false;
     QUuid m_profileId;
 
     QHBoxLayout* m_cards = nullptr;

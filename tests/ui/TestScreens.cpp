@@ -625,6 +625,15 @@ private slots:
         QCOMPARE(texts(h.visible(u"poolCard-tech-test"_s), {u"dueCount"_s}) + u" / "_s +
                      texts(h.visible(u"poolCard-extra-test"_s), {u"dueCount"_s}),
                  u"3 due for review / -"_s);
+        // A window made now shows them the moment it is shown, before the launch checks save anything.
+        {
+            RootView fresh(*h.store);
+            fresh.show();
+            const auto cards = fresh.findChildren<QWidget*>(u"poolCard-tech-test"_s);
+            const auto card = std::find_if(cards.cbegin(), cards.cend(), [](QWidget* w) { return w->isVisible(); });
+            QVERIFY(card != cards.cend());
+            QCOMPARE(texts(*card, {u"dueCount"_s}), u"3 due for review"_s);
+        }
         h.root->setTab(u"Progress"_s);
         QCOMPARE(texts(h.visible(u"progressPool-extra-test"_s), {u"prediction"_s}),
                  u"Predicted score 12.5 of 50 · pass chance 0 %"_s);
