@@ -9,6 +9,8 @@
 #include <QCommandLineParser>
 #include <QIcon>
 #include <cstdio>
+#include <fontconfig/fontconfig.h>
+#include <future>
 #include <memory>
 
 namespace {
@@ -56,7 +58,9 @@ int main(int argc, char* argv[])
         return 1;
     }
 
-    // The pack decodes on another core while the window system starts.
+    // The desktop's font configuration (dozens of XML files, read before any text can be measured) and the pack
+    // are read on other threads while the window system starts.
+    std::future<void> fontConfiguration = std::async(std::launch::async, [] { FcInit(); });
     Store::prefetchBuiltInPack();
     QApplication app(argc, argv);
     describe(app);
@@ -65,6 +69,8 @@ int main(int argc, char* argv[])
     for (int size : {48, 64, 128, 256})
         icon.addFile(QStringLiteral(":/icons/%1-%2.png").arg(applicationId).arg(size), QSize(size, size));
     QApplication::setWindowIcon(icon);
+    // The toolkit reads the same configuration on first use; waiting here keeps it from reading a second copy.
+    fontConfiguration.wait();
 
     std::unique_ptr<AerowenApp> aerowen;
     try {
