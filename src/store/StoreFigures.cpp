@@ -1,10 +1,11 @@
 // Store operations that find and decode a question's figure in the pack in use.
 #include "Store.h"
 
+#include "model/Modules.h"
+#include "modules/Entries.h"
 #include "updater/OfficialUpdates.h"
 
-#include <QBuffer>
-#include <QPdfDocument>
+#include <QImage>
 
 namespace {
 
@@ -24,19 +25,9 @@ std::optional<QByteArray> strictBase64(const QString& text)
 
 std::optional<QImage> pdfImage(const QByteArray& bytes)
 {
-    QBuffer buffer;
-    buffer.setData(bytes);
-    buffer.open(QIODevice::ReadOnly);
-    QPdfDocument document;
-    document.load(&buffer);
-    if (document.status() != QPdfDocument::Status::Ready || document.pageCount() < 1)
-        return std::nullopt;
-    // Twice the page's point size keeps thin lines readable when the viewer zooms in.
-    const QSize size = (document.pagePointSize(0) * 2).toSize();
-    if (size.isEmpty())
-        return std::nullopt;
-    QImage image = document.render(0, size);
-    if (image.isNull())
+    auto* const render = Modules::entry<Entries::RenderFirstPage>(Entries::pdfModule, Entries::renderFirstPage);
+    QImage image;
+    if (!render || !render(bytes, image))
         return std::nullopt;
     return image;
 }

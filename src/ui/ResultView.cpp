@@ -4,6 +4,8 @@
 #include "DiagramView.h"
 #include "Icons.h"
 #include "Theme.h"
+#include "model/Modules.h"
+#include "modules/Entries.h"
 #include "store/ResultText.h"
 #include "store/Results.h"
 #include "store/Store.h"
@@ -15,8 +17,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLocale>
-#include <QPrintDialog>
-#include <QPrinter>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QTextDocument>
@@ -304,11 +304,8 @@ void ResultView::showDiagram(const QString& file)
 void ResultView::print()
 {
     const std::unique_ptr<QTextDocument> document = printDocument(m_result);
-    QPrinter printer(QPrinter::HighResolution);
-    printer.setDocName(QStringLiteral("Kestovan Aerowen — Practice Result"));
-    QPrintDialog dialog(&printer, this);
-    dialog.setWindowTitle(QStringLiteral("Print Result"));
-    if (dialog.exec() != QDialog::Accepted)
-        return;
-    document->print(&printer);
+    auto* const printDocument = Modules::entry<Entries::PrintDocument>(Entries::printModule, Entries::printDocument);
+    if (printDocument)
+        printDocument(*document, QStringLiteral("Kestovan Aerowen — Practice Result"), QStringLiteral("Print Result"),
+                      this);
 }

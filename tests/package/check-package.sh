@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Checks the desktop integration and the Debian package: the desktop entry and AppStream metadata validate, the
-# installation holds exactly the expected files, and the packaged binary answers --version, --help and a missing
-# display without opening a window.
+# installation holds exactly the expected files, the modules find their libraries, and the packaged binary answers
+# --version, --help and a missing display without opening a window.
 # Usage: check-package.sh SOURCE_DIR BUILD_DIR CPACK
 set -euo pipefail
 source_dir=$1 build_dir=$2 cpack=$3
@@ -14,6 +14,8 @@ desktop-file-validate "$source_dir/resources/linux/$id.desktop" | grep -v ': hin
 appstreamcli validate --no-net "$build_dir/$id.metainfo.xml" || fail "AppStream metadata"
 
 expected="./usr/bin/kestovan-aerowen
+./usr/lib/kestovan-aerowen/pdf.so
+./usr/lib/kestovan-aerowen/print.so
 ./usr/share/applications/$id.desktop
 ./usr/share/icons/hicolor/128x128/apps/$id.png
 ./usr/share/icons/hicolor/256x256/apps/$id.png
@@ -40,6 +42,10 @@ done
 
 dpkg-deb -x "$deb" "$work/root"
 binary="$work/root/usr/bin/kestovan-aerowen"
+# The modules, loaded on first use, must find every library they need once installed.
+for module in "$work"/root/usr/lib/kestovan-aerowen/*.so; do
+    ! ldd "$module" | grep -q 'not found' || fail "$(basename "$module") lacks libraries: $(ldd "$module" | grep 'not found')"
+done
 [ "$(env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM "$binary" --version)" = "Kestovan Aerowen 1.0.2" ] ||
     fail "--version"
 env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM "$binary" --help | grep -q -- '--version' || fail "--help"

@@ -1,5 +1,6 @@
 // The store: start-up and storage, learners, exam composition, sessions, and the figures and texts of results.
 #include "model/Json.h"
+#include "model/Modules.h"
 #include "store/Browse.h"
 #include "store/ResultText.h"
 #include "store/Results.h"
@@ -12,6 +13,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QPainter>
 
 using namespace Qt::StringLiterals;
 using namespace StoreFixtures;
@@ -717,6 +719,52 @@ private slots:
         QCOMPARE(p.rows.at(1), (GroupRow{u"T1B"_s, u"Commission's rules"_s, u"Not studied"_s}));
         QCOMPARE(p.rows.at(2).accuracy + p.rows.at(26).accuracy, u"Not studied66% · 3 answers"_s);
         QCOMPARE(p.rows.at(26).topic, u"Question group"_s);
+    }
+
+    // A question's figure is decoded from the pack: pictures directly, official PDF pages through the pdf module
+    // at twice the page's point size. Without the module (a damaged installation) only the PDF figure is missing.
+    void figuresDecodeAndPdfPagesRender()
+    {
+        const Pack official =
+            Pack::fromBytes(Fixtures::readFile(QStringLiteral(KESTOVAN_SOURCE_DIR "/resources/pools.json")));
+        StoreRig rig;
+        for (const QString& name : {u"G7-1.pdf"_s, u"T1.jpg"_s, u"E5-1.png"_s})
+            rig.pack.assets.insert(name, official.assets.value(name));
+        rig.pack.assets.insert(u"damaged.pdf"_s, QString::fromLatin1(QByteArray("%PDF-1.7\n1 0 obj\n<<\n").toBase64()));
+        rig.pack.assets.insert(u"text.png"_s, QString::fromLatin1(QByteArray("not a picture").toBase64()));
+        Fixtures::writeFile(rig.packPath, rig.pack.toBytes());
+        const std::unique_ptr<Store> store = rig.fresh();
+
+        const QString pdf =
+            QString::fromLatin1(QByteArray::fromBase64(official.assets.value(u"G7-1.pdf"_s).toLatin1()));
+        const QRegularExpressionMatch box =
+            QRegularExpression(uR"(/MediaBox\s*\[\s*0\s+0\s+([\d.]+)\s+([\d.]+)\s*\])"_s).match(pdf);
+        QVERIFY(box.hasMatch());
+        const std::optional<QImage> page = store->image(u"G7-1.pdf"_s);
+        QVERIFY(page);
+        QCOMPARE(page->size(), (QSizeF(box.captured(1).toDouble(), box.captured(2).toDouble()) * 2).toSize());
+        // The diagram is drawn: dark lines, once laid on a white page.
+        QImage gray(page->size(), QImage::Format_Grayscale8);
+        gray.fill(Qt::white);
+        QPainter(&gray).drawImage(0, 0, *page);
+        qsizetype dark = 0;
+        for (int y = 0; y < gray.height(); ++y)
+            dark += std::count_if(gray.constScanLine(y), gray.constScanLine(y) + gray.width(),
+                                  [](uchar v) { return v < 100; });
+        QVERIFY2(dark > gray.width() * gray.height() / 200 && dark < gray.width() * gray.height() / 2,
+                 qPrintable(QString::number(dark)));
+        QCOMPARE(store->image(u"T1.jpg"_s)->size(), QSize(1800, 1200));
+        QVERIFY(!store->image(u"E5-1.png"_s)->isNull());
+        for (const QString& name : {u"damaged.pdf"_s, u"text.png"_s, u"absent.png"_s})
+            QVERIFY2(!store->image(name), qPrintable(name));
+
+        QTemporaryDir empty;
+        Modules::setDirectoryForTesting(empty.path());
+        const auto restore =
+            qScopeGuard([] { Modules::setDirectoryForTesting(QStringLiteral(KESTOVAN_BUILD_MODULE_DIR)); });
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^module pdf could not be loaded: "_s));
+        QVERIFY(!store->image(u"G7-1.pdf"_s));
+        QVERIFY(store->image(u"T1.jpg"_s));
     }
 
     // The Browse screen's search and the charts' figures.

@@ -1,6 +1,7 @@
 // Test isolation and the test-class registry.
 #include "TestEnvironment.h"
 
+#include "model/Modules.h"
 #include "store/Settings.h"
 
 #include <QCoreApplication>
@@ -30,6 +31,7 @@ void TestEnvironment::prepare()
     }
     QCoreApplication::setOrganizationName(Settings::organization);
     QCoreApplication::setApplicationName(Settings::application);
+    Modules::setDirectoryForTesting(QStringLiteral(KESTOVAN_BUILD_MODULE_DIR));
 }
 
 void TestRegistry::add(const char* name, std::function<std::unique_ptr<QObject>()> make)
