@@ -39,8 +39,9 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION "education")
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://${KESTOVAN_MAKER_HOST}/software/aerowen/")
 # Libraries come from dpkg-shlibdeps. Named here: the programs the application runs as child processes, and the
-# text recognition library, which it loads only when a pool update reads an image.
+# libraries it loads only for a pool update: text recognition, when it reads an image, and cryptography, whose
+# hashing is faster than the toolkit's.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "curl, unzip, libtesseract5, tesseract-ocr-eng")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "curl, unzip, libtesseract5, tesseract-ocr-eng, libssl3")
 set(CPACK_GENERATOR "DEB")
 include(CPack)

@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
     g++ cmake ninja-build
-    qt6-base-dev qt6-base-dev-tools qt6-pdf-dev qt6-qpa-plugins libgl-dev libfontconfig-dev
+    qt6-base-dev qt6-base-dev-tools qt6-pdf-dev qt6-qpa-plugins libgl-dev libfontconfig-dev libssl-dev
     libtesseract-dev tesseract-ocr-eng
     curl unzip
     zip openssl python3 xvfb xauth fonts-dejavu-core dbus-daemon

@@ -7,8 +7,11 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QLibrary>
 #include <QUuid>
 #include <QXmlStreamReader>
+
+#include <openssl/evp.h>
 
 namespace OfficialUpdates {
 
@@ -222,7 +225,31 @@ QByteArray withoutPropertyBlocks(const QByteArray& xml, QByteArrayView open, QBy
 
 QString sha256Hex(const QByteArray& bytes, int bytesKept)
 {
-    return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).left(bytesKept).toHex());
+    // Every document and figure is hashed at each parse. The system's cryptography library uses the processor's
+    // hashing instructions and is about eight times faster than the toolkit's portable code, which stays as the
+    // fallback when the library cannot be loaded. It is loaded on first use, as only a pool update hashes.
+    struct Crypto
+    {
+        decltype(&EVP_Digest) digest = nullptr;
+        decltype(&EVP_sha256) sha256 = nullptr;
+    };
+    static const Crypto crypto = [] {
+        QLibrary library(QStringLiteral("crypto"), OPENSSL_VERSION_MAJOR);
+        Crypto c;
+        if (library.load()) {
+            c.digest = reinterpret_cast<decltype(&EVP_Digest)>(library.resolve("EVP_Digest"));
+            c.sha256 = reinterpret_cast<decltype(&EVP_sha256)>(library.resolve("EVP_sha256"));
+        }
+        return c;
+    }();
+    QByteArray hash(EVP_MAX_MD_SIZE, Qt::Uninitialized);
+    unsigned int length = 0;
+    if (!crypto.digest || !crypto.sha256 ||
+        crypto.digest(bytes.constData(), size_t(bytes.size()), reinterpret_cast<unsigned char*>(hash.data()), &length,
+                      crypto.sha256(), nullptr) != 1 ||
+        length != 32)
+        hash = QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
+    return QString::fromLatin1(hash.left(bytesKept).toHex());
 }
 
 QStringList readParagraphs(const QByteArray& xml)

@@ -36,7 +36,7 @@ deb="$work/package/kestovan-aerowen_1.0.2_amd64.deb"
 packaged=$(dpkg-deb -c "$deb" | awk '$1 !~ /^d/ {print $6}' | sort)
 [ "$packaged" = "$expected" ] || fail "packaged files differ:"$'\n'"$packaged"
 depends=$(dpkg-deb -f "$deb" Depends)
-for need in curl unzip tesseract-ocr-eng libqt6widgets6 libqt6pdf6 libtesseract5; do
+for need in curl unzip tesseract-ocr-eng libqt6widgets6 libqt6pdf6 libtesseract5 libssl3; do
     [[ ", $depends," == *", $need"[\ ,]* ]] || fail "Depends lacks $need: $depends"
 done
 

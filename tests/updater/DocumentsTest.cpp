@@ -102,6 +102,22 @@ private slots:
               [](const QStringList& r) { return revision(r[0]); });
     }
 
+    // Documents and figures are named and recognised by their SHA-256 digest, cut to the bytes kept.
+    void digestsAreSha256()
+    {
+        const QList<std::tuple<QByteArray, int, QString>> digests{
+            {"", 32, "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
+            {"abc", 32, "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
+            {"abc", 4, "ba7816bf"},
+            {QByteArray(1'000'000, 'a'), 32, "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0"}};
+        for (const auto& [bytes, kept, hex] : digests)
+            QCOMPARE(sha256Hex(bytes, kept), hex);
+        QByteArray document(3'000'017, Qt::Uninitialized);
+        for (qsizetype i = 0; i < document.size(); ++i)
+            document[i] = char((i * 2654435761u) >> 13);
+        QCOMPARE(sha256Hex(document), FD::sha256(document));
+    }
+
     void memberReadsOneArchiveMember()
     {
         // Zeros compress to almost nothing: a small archive whose members expand up to and past the size limit.
