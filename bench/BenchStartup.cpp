@@ -4,7 +4,8 @@
 // Starts a private Xvfb display and launches, alternately, the empty window and the application (each with a fresh
 // temporary home, the network closed) until the X server reports its window mapped, first with no history, then
 // with a progress file of 300 finished exams. Prints the medians, their ratio, and the application's resident
-// memory one second after its window appeared with the long history.
+// memory one second after its window appeared with the long history. With no history it also launches a window
+// holding one line of text, the least any window with words must do, and prints its ratio too.
 #include "History.h"
 #include "store/Store.h"
 
@@ -199,10 +200,12 @@ int main(int argc, char** argv)
                     *std::min_element(ms.cbegin(), ms.cend()), *std::max_element(ms.cbegin(), ms.cend()));
     };
     for (const bool longHistory : {false, true}) {
-        QList<double> empty;
+        QList<double> empty, text;
         QList<QList<double>> application(programs.size()), resident(programs.size()), peak(programs.size());
         for (int run = 0; run < runs; ++run) {
             empty.append(launch(display, QStringLiteral(EMPTY_WINDOW), {}, false).ms);
+            if (!longHistory)
+                text.append(launch(display, QStringLiteral(TEXT_WINDOW), {}, false).ms);
             for (qsizetype p = 0; p < programs.size(); ++p) {
                 const Launch a =
                     launch(display, programs.at(p), longHistory ? history : QByteArray(), longHistory && run < 3);
@@ -217,6 +220,10 @@ int main(int argc, char** argv)
         if (longHistory)
             std::printf("  progress file:     %.1f MB\n", double(history.size()) / 1e6);
         print("empty window:", empty);
+        if (!text.isEmpty()) {
+            print("one line of text:", text);
+            std::printf("  ratio (median):    %.2f\n", median(text) / median(empty));
+        }
         for (qsizetype p = 0; p < programs.size(); ++p) {
             if (programs.size() > 1)
                 std::printf(" %s\n", qPrintable(programs.at(p)));
