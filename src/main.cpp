@@ -65,8 +65,11 @@ int main(int argc, char* argv[])
     QApplication app(argc, argv);
     describe(app);
     QGuiApplication::setDesktopFileName(applicationId);
+    // Every size of the window icon is decoded before the window is shown and sent to the window system with it.
+    // Window lists and switchers are served up to 128 pixels (64 at twice the scale); larger views take the desktop
+    // entry's icon from the icon theme. The 256-pixel size cost more than the three others together.
     QIcon icon;
-    for (int size : {48, 64, 128, 256})
+    for (int size : {48, 64, 128})
         icon.addFile(QStringLiteral(":/icons/%1-%2.png").arg(applicationId).arg(size), QSize(size, size));
     QApplication::setWindowIcon(icon);
     // The toolkit reads the same configuration on first use; waiting here keeps it from reading a second copy.
