@@ -7,7 +7,7 @@ configure_file("${PROJECT_SOURCE_DIR}/resources/linux/${KESTOVAN_APP_ID}.metainf
     "${PROJECT_BINARY_DIR}/${KESTOVAN_APP_ID}.metainfo.xml" @ONLY)
 
 install(TARGETS kestovan-aerowen RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
-install(TARGETS aerowen-pdf aerowen-print LIBRARY DESTINATION "${KESTOVAN_MODULE_INSTALL_DIR}")
+install(TARGETS aerowen-pdf aerowen-print aerowen-network LIBRARY DESTINATION "${KESTOVAN_MODULE_INSTALL_DIR}")
 install(FILES "${PROJECT_SOURCE_DIR}/resources/linux/${KESTOVAN_APP_ID}.desktop"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/applications")
 install(FILES "${PROJECT_BINARY_DIR}/${KESTOVAN_APP_ID}.metainfo.xml"

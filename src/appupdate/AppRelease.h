@@ -4,10 +4,12 @@
 #include "model/Errors.h"
 
 #include <QJsonObject>
-#include <QSslConfiguration>
 #include <QString>
 #include <QUrl>
+#include <functional>
 #include <optional>
+
+class QNetworkRequest;
 
 struct AppRelease
 {
@@ -34,9 +36,10 @@ struct AppRelease
 
     // The fixed address of the release record on the maker's web host.
     static QUrl recordAddress();
-    // Test hooks: fetch from a local server instead, trusting its certificate. Not used by the product.
+    // Test hooks: fetch from a local server instead, and change each request (to trust that server's certificate).
+    // Not used by the product.
     static void setRecordAddressForTesting(const std::optional<QUrl>& address);
-    static void setSslConfigurationForTesting(const std::optional<QSslConfiguration>& configuration);
+    static void setRequestHookForTesting(const std::function<void(QNetworkRequest&)>& hook);
 };
 
 // The transfer itself failed (no network, refused connection, time-out, TLS); carries the platform's text.

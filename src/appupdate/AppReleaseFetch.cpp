@@ -1,17 +1,13 @@
 // Fetching, validating and comparing the maker's release record.
 #include "AppRelease.h"
 
-#include "model/Cancellation.h"
-
 #include "Config.h"
+#include "model/Cancellation.h"
+#include "model/Modules.h"
+#include "modules/Entries.h"
 
-#include <QEventLoop>
 #include <QMutex>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
-#include <QNetworkRequest>
 #include <QRegularExpression>
-#include <QTimer>
 
 namespace {
 
@@ -21,7 +17,7 @@ constexpr int timeoutMs = 20000;
 // Test hooks are set before any fetch starts; the mutex only keeps a worker from reading a half-written value.
 QMutex hookMutex;
 std::optional<QUrl> testAddress;
-std::optional<QSslConfiguration> testSsl;
+std::function<void(QNetworkRequest&)> testRequestHook;
 
 } // namespace
 
@@ -40,69 +36,44 @@ void AppRelease::setRecordAddressForTesting(const std::optional<QUrl>& address)
     testAddress = address;
 }
 
-void AppRelease::setSslConfigurationForTesting(const std::optional<QSslConfiguration>& configuration)
+void AppRelease::setRequestHookForTesting(const std::function<void(QNetworkRequest&)>& hook)
 {
     QMutexLocker lock(&hookMutex);
-    testSsl = configuration;
+    testRequestHook = hook;
 }
 
 AppRelease AppRelease::fetch()
 {
-    const QUrl address = recordAddress();
-    QNetworkRequest request(address);
-    request.setRawHeader("Accept", "application/json");
-    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
-    request.setTransferTimeout(timeoutMs);
+    Entries::Request request;
+    request.address = recordAddress();
+    request.accept = "application/json";
+    request.timeoutMs = timeoutMs;
+    request.sizeLimit = sizeLimit;
+    // A quitting application aborts the request instead of waiting for its time-out.
+    request.stop = cancellationRequested;
     {
         QMutexLocker lock(&hookMutex);
-        if (testSsl)
-            request.setSslConfiguration(*testSsl);
+        request.adjust = testRequestHook;
     }
-
-    QNetworkAccessManager manager;
-    QNetworkReply* reply = manager.get(request);
-    bool tooLarge = false;
-    // Stop reading as soon as the record is clearly too large instead of downloading whatever is sent.
-    QObject::connect(reply, &QNetworkReply::downloadProgress, reply, [&](qint64 received, qint64) {
-        if (received >= sizeLimit && !tooLarge) {
-            tooLarge = true;
-            reply->abort();
-        }
-    });
-    QEventLoop loop;
-    QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
-    // A quitting application aborts the request instead of waiting for its time-out.
-    QTimer watch;
-    QObject::connect(&watch, &QTimer::timeout, reply, [reply] {
-        if (cancellationRequested())
-            reply->abort();
-    });
-    watch.start(50);
-    if (!reply->isFinished())
-        loop.exec();
-    watch.stop();
-    if (cancellationRequested()) {
-        delete reply;
+    auto* const get = Modules::entry<Entries::Get>(Entries::networkModule, Entries::get);
+    if (!get)
+        throw NetworkError(QStringLiteral("The network request failed."));
+    Entries::Reply reply;
+    get(request, reply);
+    if (cancellationRequested())
         throw Cancelled();
-    }
 
-    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    const QNetworkReply::NetworkError error = reply->error();
-    const QString errorText = reply->errorString();
-    const QUrl finalAddress = reply->url();
-    const QByteArray body = tooLarge ? QByteArray() : reply->readAll();
-    delete reply;
-
-    if (tooLarge)
+    if (reply.tooLarge)
         throw DataError(DataError::invalid);
-    if (!status.isValid()) {
+    if (!reply.status) {
         // No HTTP response at all: the transport failed and its own description is passed on.
-        throw NetworkError(errorText.isEmpty() ? QStringLiteral("The network request failed.") : errorText);
+        throw NetworkError(reply.errorText.isEmpty() ? QStringLiteral("The network request failed.") : reply.errorText);
     }
-    if (status.toInt() != 200 || finalAddress != address)
+    if (*reply.status != 200 || reply.finalAddress != request.address)
         throw DataError(DataError::invalid);
-    if (error != QNetworkReply::NoError)
-        throw NetworkError(errorText);
+    if (reply.failed)
+        throw NetworkError(reply.errorText);
+    const QByteArray& body = reply.body;
     if (body.size() >= sizeLimit)
         throw DataError(DataError::invalid);
 

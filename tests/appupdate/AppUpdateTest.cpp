@@ -8,7 +8,9 @@
 #include "support/LocalHttpsSite.h"
 #include "support/TestEnvironment.h"
 
+#include <QNetworkRequest>
 #include <QSignalSpy>
+#include <QSslConfiguration>
 
 using namespace Qt::StringLiterals;
 
@@ -39,7 +41,7 @@ private slots:
         QCOMPARE(m_site.start(m_root.path()), QString());
         QSslConfiguration ssl = QSslConfiguration::defaultConfiguration();
         ssl.addCaCertificates(m_site.certificatePath());
-        AppRelease::setSslConfigurationForTesting(ssl);
+        AppRelease::setRequestHookForTesting([ssl](QNetworkRequest& request) { request.setSslConfiguration(ssl); });
     }
 
     void isNewerComparesDigitRunsThenBuild()

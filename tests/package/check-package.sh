@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Checks the desktop integration and the Debian package: the desktop entry and AppStream metadata validate, the
-# installation holds exactly the expected files, the modules find their libraries, and the packaged binary answers
-# --version, --help and a missing display without opening a window.
+# installation holds exactly the expected files, the modules find their libraries, the packaged binary answers
+# --version, --help and a missing display without opening a window, and, started, loads its modules from where
+# they were installed.
 # Usage: check-package.sh SOURCE_DIR BUILD_DIR CPACK
 set -euo pipefail
 source_dir=$1 build_dir=$2 cpack=$3
@@ -14,6 +15,7 @@ desktop-file-validate "$source_dir/resources/linux/$id.desktop" | grep -v ': hin
 appstreamcli validate --no-net "$build_dir/$id.metainfo.xml" || fail "AppStream metadata"
 
 expected="./usr/bin/kestovan-aerowen
+./usr/lib/kestovan-aerowen/network.so
 ./usr/lib/kestovan-aerowen/pdf.so
 ./usr/lib/kestovan-aerowen/print.so
 ./usr/share/applications/$id.desktop
@@ -56,4 +58,22 @@ set -e
 [ "$status" -eq 1 ] || fail "without a display the exit status is $status"
 [ "$message" = "kestovan-aerowen: no graphical display found (DISPLAY and WAYLAND_DISPLAY are not set); start it from a desktop session." ] ||
     fail "without a display it said: $message"
+# Installed, the application finds its modules beside it: the release check it makes at start loads the network
+# module. A temporary home keeps the run away from real data, and a closed proxy away from the network.
+home="$work/home"
+mkdir -p "$home"
+chmod 700 "$home"
+env HOME="$home" XDG_DATA_HOME="$home/data" XDG_CONFIG_HOME="$home/config" XDG_CACHE_HOME="$home/cache" \
+    XDG_RUNTIME_DIR="$home" QT_QPA_PLATFORM=offscreen https_proxy=http://127.0.0.1:9 http_proxy=http://127.0.0.1:9 \
+    LD_DEBUG=files "$binary" 2>"$work/start.log" &
+pid=$!
+loaded="calling init: $work/root/usr/lib/kestovan-aerowen/network.so"
+for _ in $(seq 150); do
+    grep -qF "$loaded" "$work/start.log" && break
+    sleep 0.1
+done
+kill "$pid" 2>/dev/null || true
+wait "$pid" 2>/dev/null || true
+grep -qF "$loaded" "$work/start.log" ||
+    fail "the installed application did not load its network module: $(grep -v '^ *[0-9]*:' "$work/start.log" | head -3)"
 echo "package checks passed"
