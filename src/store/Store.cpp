@@ -2,6 +2,7 @@
 #include "Store.h"
 
 #include "Settings.h"
+#include "model/BuiltInPack.h"
 #include "model/Json.h"
 
 #include <QDateTime>
@@ -30,7 +31,7 @@ QByteArray readFile(const QString& path)
     return file.readAll();
 }
 
-const QString builtInPackPath = QStringLiteral(":/pools.json");
+const QString builtInPackPath = QStringLiteral(":/pools.bin");
 
 // A decoded pack, with the reason it failed validation if it did: a pack that cannot be decoded stops the store,
 // one that decodes but is invalid leaves it running with a message.
@@ -42,6 +43,9 @@ struct LoadedPack
 
 LoadedPack loadPack(const QString& path)
 {
+    // The built-in pack passed every check when the build wrote its compact form, and it is part of the program.
+    if (path == builtInPackPath)
+        return {BuiltInPack::decode(readFile(path)), nullptr};
     LoadedPack loaded{Pack::fromBytes(readFile(path)), nullptr};
     try {
         loaded.pack.validate();

@@ -2,6 +2,7 @@
 #include "support/Fixtures.h"
 #include "support/TestEnvironment.h"
 
+#include "model/BuiltInPack.h"
 #include "model/Json.h"
 #include "model/Memory.h"
 
@@ -122,6 +123,42 @@ private slots:
         saved.bookmarks = {u"T1A07"_s, u"T1A02"_s, u"T1A09"_s, u"T1A01"_s, u"T1A05"_s, u"T1A03"_s, u"T1A08"_s};
         QCOMPARE(saved.toJson()[u"bookmarks"_s].toArray(),
                  QJsonArray({"T1A01", "T1A02", "T1A03", "T1A05", "T1A07", "T1A08", "T1A09"}));
+    }
+
+    // The built-in pack's compact form reads back as the pack it was made from, with optional fields present and
+    // absent; a damaged or foreign form is refused as a whole, never read in part.
+    void builtInPackFormReadsAsWritten()
+    {
+        Pack pack = validPack();
+        pack.schema = 7;
+        pack.pools[0].topics = {{u"T1"_s, u"Commission’s rules"_s}, {u"T2"_s, u"Ω operating — procedures"_s}};
+        pack.pools[0].source = u"https://ncvec.org/downloads/a.docx"_s;
+        pack.pools[1].questions[0].reference = u"[97.1]"_s;
+        QVERIFY(!pack.pools[1].documentHash && !pack.pools[0].questions[1].figure);
+        const QByteArray bytes = BuiltInPack::encode(pack);
+        QCOMPARE(BuiltInPack::decode(bytes), pack);
+
+        QList<QByteArray> damaged{bytes + '\0', QByteArray(bytes).replace(0, 1, "X")};
+        QByteArray laterLayout = bytes;
+        laterLayout[4] = 2;
+        damaged.append(laterLayout);
+        QByteArray hugeCount = bytes;
+        hugeCount[16] = char(0x7f); // the number of pools, after the header and the schema
+        damaged.append(hugeCount);
+        // Cut anywhere: in the header, at 200 places through the pools and figures, and in the last bytes.
+        for (qsizetype size = 0; size < 64; ++size)
+            damaged.append(bytes.left(size));
+        for (qsizetype size = 64; size < bytes.size(); size += bytes.size() / 200 + 1)
+            damaged.append(bytes.left(size));
+        for (qsizetype size = bytes.size() - 16; size < bytes.size(); ++size)
+            damaged.append(bytes.left(size));
+        for (const QByteArray& form : std::as_const(damaged)) {
+            try {
+                BuiltInPack::decode(form);
+                QFAIL(qPrintable(u"read a damaged form of "_s + QString::number(form.size()) + u" bytes"_s));
+            } catch (const DecodeError&) {
+            }
+        }
     }
 
     // Identical pool copies of a long history are decoded once and shared; every file reads as it reads plainly.
