@@ -3,8 +3,10 @@
 #include "support/TestEnvironment.h"
 
 #include "model/BuiltInPack.h"
+#include "model/DiagramReview.h"
 #include "model/Json.h"
 #include "model/Memory.h"
+#include "model/PoolCopies.h"
 
 using namespace Qt::StringLiterals;
 using Mutation = std::function<void(Pack&)>;
@@ -101,6 +103,15 @@ private slots:
         QCOMPARE(Pack::fromJson(json), validPack());
         QVERIFY(!json[u"pools"_s][1].toObject().contains(u"documentHash"_s));
         QVERIFY(!json[u"pools"_s][0][u"questions"_s][1].toObject().contains(u"figure"_s));
+
+        // A review keeps whether it is the sample, and leaves the flag out when nobody set it.
+        DiagramReview review{std::nullopt, "PK",        u"https://ncvec.org/x.docx"_s,      u"extra"_s, u"k"_s,
+                             {"\x89PNG"},  {u"E6-1"_s}, {validPack().pools[2].questions[0]}};
+        QVERIFY(!review.toJson().contains(u"isDemo"_s));
+        for (const std::optional<bool> sample : {std::optional<bool>(), std::optional(true), std::optional(false)}) {
+            review.isDemo = sample;
+            QCOMPARE(DiagramReview::fromBytes(review.toBytes()), review);
+        }
 
         // Identifiers are written in upper case and read in either.
         Saved saved = sampleSaved();
@@ -201,6 +212,28 @@ private slots:
         QCOMPARE(first.pool.questions.isSharedWith(second.pool.questions), shared);
         QVERIFY(!first.pool.questions.isSharedWith(read.results[2].session.pool.questions));
         QCOMPARE(first.questions[0].prompt.isSharedWith(first.pool.questions[0].prompt), shared);
+    }
+
+    // Placeholders name only the copies and questions the reading found: anything else names nothing.
+    void poolCopyPlaceholdersStayInBounds()
+    {
+        Saved saved = sampleSaved();
+        Result other = saved.results[0];
+        other.session.pool.questions[0].prompt = u"Another prompt"_s;
+        saved.results << other;
+        PoolCopies copies;
+        QVERIFY(copies.extract(saved.toBytes()));
+        const qsizetype last = other.session.pool.questions.size() - 1;
+        QCOMPARE(copies.pool(QJsonArray{1})->questions.at(0).prompt, u"Another prompt"_s);
+        QCOMPARE(copies.question(QJsonArray{1, last})->id, other.session.pool.questions.at(last).id);
+        const QList<QJsonValue> nothing{QJsonArray{2},   QJsonArray{-1}, QJsonArray{u"0"_s}, QJsonArray{0, 0}, 0,
+                                        QJsonArray{1.5}, QJsonArray{}};
+        for (const QJsonValue& value : nothing)
+            QVERIFY2(!copies.pool(value), qPrintable(Json::compact(QJsonObject{{u"v"_s, value}})));
+        const QList<QJsonValue> noQuestion{QJsonArray{2, 0},  QJsonArray{1, last + 1}, QJsonArray{-1, 0},
+                                           QJsonArray{0, -1}, QJsonArray{1},           QJsonArray{0, 0, 0}};
+        for (const QJsonValue& value : noQuestion)
+            QVERIFY2(!copies.question(value), qPrintable(Json::compact(QJsonObject{{u"v"_s, value}})));
     }
 
     // A pack's figures are taken straight from the text when they are plain; every text reads as it reads plainly.
